@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+namespace ZEB {
+
+// Bytes of a request, a reply or a record; zero when made by size. Grows when a
+// stream writes past its end.
+class ByteBuf {
+  public:
+    ByteBuf() = default;
+    explicit ByteBuf(std::size_t size) : mBytes(size) {}
+    ByteBuf(char const* bytes, std::size_t size) : mBytes(bytes, bytes + size) {}
+
+    char* data() { return mBytes.data(); }
+    char const* data() const { return mBytes.data(); }
+    std::size_t size() const { return mBytes.size(); }
+
+    // Puts size bytes at offset (0 to size()), over what is there and on past the end.
+    void put(std::size_t offset, char const* bytes, std::size_t size);
+
+  private:
+    std::vector<char> mBytes;
+};
+
+}  // namespace ZEB

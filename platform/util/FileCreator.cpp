@@ -1,0 +1,42 @@
+#include "util/FileCreator.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+
+namespace ZEB {
+
+namespace {
+
+// Beside the target, since a rename does not cross file systems.
+std::string hiddenPath(std::string const& path, std::string const& directory,
+                       std::string const& name) {
+    static std::atomic<unsigned> calls{0};
+    auto const slash = path.rfind('/');
+    return (slash == std::string::npos ? directory : path.substr(0, slash)) + '/' + name + '.' +
+           std::to_string(getpid()) + '.' + std::to_string(calls++);
+}
+
+bool makeFile(char const* path, std::int64_t size) {
+    int const fd = open(path, O_RDWR | O_CREAT | O_EXCL, 0600);
+    if (fd == -1) return false;
+    bool const allocated = posix_fallocate(fd, 0, size) == 0;
+    close(fd);
+    return allocated;
+}
+
+}  // namespace
+
+FileCreator::FileCreator(char const* name, char const* directory, std::int64_t fileSize)
+    : mName(name), mDirectory(directory), mFileSize(fileSize) {}
+
+bool FileCreator::GetNewFile(char const* path) {
+    std::string const hidden = hiddenPath(path, mDirectory, mName);
+    if (makeFile(hidden.c_str(), mFileSize) && std::rename(hidden.c_str(), path) == 0) return true;
+    unlink(hidden.c_str());
+    return false;
+}
+
+}  // namespace ZEB

@@ -1,0 +1,63 @@
+#include "util/VEKPaths.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+#include "util/VEKLog.h"
+
+namespace ZEB {
+
+namespace {
+
+char const* root() {
+    char const* const set = std::getenv("VEK_ROOT");
+    return set != nullptr && *set != '\0' ? set : "./vek";
+}
+
+bool resolve(char const* directory, char const* name, char* buffer, std::size_t size) {
+    char const* const separator = *name == '\0' ? "" : "/";
+    int const length = std::snprintf(buffer, size, "%s/%s%s%s", root(), directory, separator, name);
+    bool const fits = length >= 0 && static_cast<std::size_t>(length) < size;
+    if (fits && std::strchr(root(), '%') == nullptr) return true;
+    if (size > 0) *buffer = '\0';
+    VEKLogMsg(1, "Directory %s/%s is not usable: %s", root(), directory,
+              fits ? "a '%' in its path" : "path too long");
+    return false;
+}
+
+}  // namespace
+
+bool VEKDataFile(char const* name, char* buffer, std::size_t size) {
+    return resolve("data", name, buffer, size);
+}
+
+bool VEKBackupDataFile(char const* name, char* buffer, std::size_t size) {
+    return resolve("backup/data", name, buffer, size);
+}
+
+bool VEKSettingsFile(char const* name, char* buffer, std::size_t size) {
+    return resolve("settings", name, buffer, size);
+}
+
+int SettingsFileExist(char const* name, unsigned short* /*recordCount*/,
+                      unsigned short /*standard*/) {
+    std::error_code failed;
+    return std::filesystem::exists(std::string(root()) + "/settings/" + name, failed) ? 1 : 0;
+}
+
+bool GetBackupSetting(char const* name) {
+    namespace fs = std::filesystem;
+    fs::path const from = std::string(root()) + "/backup/settings/" + name;
+    fs::path const to = std::string(root()) + "/settings/" + name;
+    fs::path const hidden = std::string(root()) + "/settings/." + name;
+    std::error_code failed;
+    fs::copy_file(from, hidden, fs::copy_options::overwrite_existing, failed);
+    if (!failed) fs::rename(hidden, to, failed);  // never half copied under its own name
+    return !failed;
+}
+
+}  // namespace ZEB
