@@ -1,0 +1,135 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <vector>
+
+#include "msgclasses/EventMsg.h"
+#include "msgclasses/TimeStamp.h"
+#include "util/FileCreator.h"
+#include "util/Mutex.h"
+
+namespace ZEB {
+
+template <class File>
+struct SlotFileOps;
+
+// One file of the event log: an 18-byte header and getRecordCount() slots of 62
+// bytes, each one EventMsg.
+//
+// Opening accepts a sound file, makes a missing one (or brings it back from the
+// backup) and replaces one whose length or header is wrong by an empty file; its
+// records are then lost. It reads the header and slot 0 only. The newest record
+// is looked for, by about 17 single reads, when first asked for.
+//
+// Reads may run side by side with each other and with a write, except
+// readRecord(0), which copies mFirstRecord; keep writers of one object apart.
+// Writes are not flushed. Nothing throws but std::bad_alloc. After a failed
+// opening the object stays, closed: reads give default records, writes fail.
+class [[gnu::visibility("default")]] EventFile {
+  public:
+    static constexpr char Cookie[12] = "VEK KIB EL";
+    static constexpr std::uint16_t VersionData = 1;
+    static constexpr std::uint16_t RecordSize = 62;  // bytes of a slot
+    static constexpr std::uint32_t TakeMax = 716;    // records of one range reply
+
+    // Settles the class's settings, once; done by every constructor. Must end
+    // before another thread uses the class.
+    static void Init();
+    // Points the class at the event files beside path, with the record count of
+    // path's header and the given version numbers in their names; 1, or 0 with a
+    // message on standard error. A path that does not fit 999 characters or holds
+    // a '%' changes nothing; one without a '/' means the current directory; one
+    // that can't be read or does not match may leave the record count, file size
+    // and large-storage flag replaced. Missing files there are made all the same,
+    // with the size that Init settled. Only while no other thread uses the class.
+    static int SetUpReading(char const* path, int major, int minor, int fix);
+
+    // Whether anything stands at the path of that file; false before Init.
+    static bool FileExist(int fileIndex);
+    static bool BackupFileExist(int fileIndex);
+    static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
+    static char const* getFileLocation() { return sFileLocation; }      // null before Init
+    static bool hasLargeStorage() { return sLargeStorage; }
+    static std::uint16_t getRecordCount() { return sRecordCount; }  // slots of a file
+    static std::int64_t getFileSize() { return sFileSize; }         // bytes, -1 before Init
+    static std::uint64_t GetBlkSize() { return sBlkSize; }          // bytes
+
+    explicit EventFile(int fileIndex);
+    ~EventFile();
+    EventFile(EventFile const&) = delete;
+    EventFile& operator=(EventFile const&) = delete;
+
+    // Opens the file again, or makes it; false leaves the object closed. An open
+    // descriptor is closed first.
+    bool openFd();
+    // Replaces the file at path by a new empty one and opens that.
+    bool cleanFile(char const* path);
+    void closeFd();
+
+    // Finds the newest record and counts the slots in use; always true.
+    bool scanRecords();
+    int validRecordCount();   // slots in use
+    int recentRecordIndex();  // the newest record's slot, -1 for an empty file
+    TimeStamp recentRecordTimeStamp();
+
+    // One slot's record; a default one when it can't be read. Slot 0 is answered
+    // from memory. Slots beyond the record count are read if the file has them.
+    EventMsg readRecord(int slot);
+    // count records from firstSlot on, by one read; all default unless every one
+    // could be read. A negative count raises std::bad_alloc.
+    std::vector<EventMsg> readRecords(int firstSlot, int count);
+    // Both update what the object knows even if the write itself fails. addRecord
+    // follows the newest record as far as known and never wraps; writeRecord
+    // takes slots from 0 to getRecordCount() - 1.
+    bool addRecord(EventMsg const& record);
+    bool writeRecord(EventMsg const& record, int slot);
+
+    // Flushes the file and returns the offset where the last read or write ended
+    // if path is this object's, else 0.
+    std::int64_t IsCurrentFile(char const* path);
+
+    void serialize(EventMsg const& record, std::ostream& out) const;
+    void deserialize(EventMsg & record, std::istream & in);
+
+    // Copies every backup file, of any version numbers, that is missing from the
+    // event directory; false when the backup can't be listed.
+    bool RestoreFromBackup();
+    // Empties or makes to, then fills it from from. Short writes are not noticed.
+    bool CopyLog(char const* from, char const* to);
+
+  private:
+    friend struct SlotFileOps<EventFile>;
+    struct Traits;
+
+    static char const* sFileNameFormat;
+    static char const* sFileLocation;
+    static bool sLargeStorage;
+    static std::uint16_t sRecordCount;
+    static std::uint64_t sBlkSize;
+    static std::int64_t sFileSize;
+    static std::uint32_t sVersionMajor;
+    static std::uint32_t sVersionMinor;
+    static std::uint32_t sVersionFix;
+    static FileCreator* mFileCreator;
+
+    Mutex mMutex;
+
+  public:
+    int const mFileIndex;
+
+  private:
+    int mFd = -1;
+    char mFilePath[4096];
+    int mValidRecordCount = 0;    // 1 from opening until the scan
+    int mRecentRecordIndex = -1;  // -1 also while unknown
+
+  public:
+    EventMsg mFirstRecord;  // slot 0
+
+  private:
+    EventMsg mRecentRecord;
+    std::int64_t mOffset = 0;  // where the descriptor would stand; transfers are positioned
+};
+
+}  // namespace ZEB

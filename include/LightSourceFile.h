@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "msgclasses/LightSourceRecord.h"
+#include "msgclasses/TimeStamp.h"
+
+namespace ZEB {
+
+template <class File>
+struct SlotFileOps;
+
+// The file of the light-source log: an 18-byte header and getRecordCount() slots
+// of 36 bytes, each one LightSourceRecord. The newest record is the one with the
+// greatest key.
+//
+// Opening accepts a sound file and rebuilds a missing, short or wrong one in
+// place, empty. Every write that succeeds and every rebuilding ends with sync(),
+// which flushes all the machine's file systems.
+//
+// No lock: one object belongs to one thread at a time. Nothing throws but
+// std::bad_alloc and the constructor. Reads on a closed object give default
+// records, writes fail.
+class [[gnu::visibility("default")]] LightSourceFile {
+  public:
+    static constexpr char Cookie[12] = "VEK KIB LS";
+    static constexpr std::uint16_t VersionData = 1;
+    static constexpr std::uint16_t RecordSize = 36;  // bytes of a slot
+
+    // Settles the class's settings, once; done by every constructor. Must end
+    // before another thread uses the class.
+    static void Init();
+    static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
+    static std::uint16_t getRecordCount() { return sRecordCount; }      // slots
+    static std::int64_t getFileSize() { return sFileSize; }             // bytes, -1 before Init
+    static std::uint64_t GetBlkSize() { return sBlkSize; }              // bytes, at least a slot
+
+    // Throws std::logic_error when the file can be neither opened nor rebuilt.
+    explicit LightSourceFile(int fileIndex);
+    ~LightSourceFile();
+    LightSourceFile(LightSourceFile const&) = delete;
+    LightSourceFile& operator=(LightSourceFile const&) = delete;
+
+    // Opens the file again, or rebuilds it; false leaves the object closed. An
+    // open descriptor is closed first.
+    bool openFd();
+    // Rebuilds the file at path, empty, and keeps it open.
+    bool cleanFile(char const* path);
+    void closeFd();
+
+    // Whether the last slot holds a record with a time above 0; reads the disk.
+    bool fileFull();
+
+    // Finds the newest record and counts the slots in use; always true.
+    bool scanRecords();
+    int validRecordCount();   // slots in use
+    int recentRecordIndex();  // the newest record's slot, -1 for an empty file
+    TimeStamp recentRecordTimeStamp();
+
+    // One slot's record; a default one when it can't be read. Slot 0 is answered
+    // from memory. Slots beyond the record count are read if the file has them.
+    LightSourceRecord readRecord(int slot);
+    // count records from firstSlot on, by one read; all default unless every one
+    // could be read. A negative count raises std::bad_alloc.
+    std::vector<LightSourceRecord> readRecords(int firstSlot, int count);
+    // Both update what the object knows even if the write itself fails. addRecord
+    // follows the newest record as far as known and never wraps; writeRecord
+    // takes slots from 0 to getRecordCount() - 1.
+    bool addRecord(LightSourceRecord const& record);
+    bool writeRecord(LightSourceRecord const& record, int slot);
+
+  private:
+    friend struct SlotFileOps<LightSourceFile>;
+    struct Traits;
+
+    static std::uint16_t sRecordCount;
+    static std::int64_t sFileSize;
+    static std::uint64_t sBlkSize;
+    static char const* sFileNameFormat;
+
+  public:
+    int const mFileIndex;  // does not enter the file's name
+
+  private:
+    int mFd = -1;
+    int mValidRecordCount = 0;    // 1 from opening until the scan
+    int mRecentRecordIndex = -1;  // -1 also while unknown
+
+  public:
+    LightSourceRecord mFirstRecord;  // slot 0
+
+  private:
+    LightSourceRecord mRecentRecord;
+};
+
+}  // namespace ZEB

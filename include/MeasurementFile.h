@@ -1,0 +1,102 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "msgclasses/MeasurementRecord.h"
+#include "msgclasses/TimeStamp.h"
+#include "util/FileCreator.h"
+
+namespace ZEB {
+
+template <class File>
+struct SlotFileOps;
+
+// One file of the measurement log: an 18-byte header and getRecordCount() slots
+// of 110 bytes, each one MeasurementRecord. Its path holds at most 99 characters.
+//
+// Opening accepts a sound file, makes a missing one and replaces one whose length
+// or header is wrong by an empty file; its records are then lost. It reads the
+// header and slot 0 only. The newest record is looked for, by about 17 single
+// reads, when first asked for.
+//
+// No lock: one object belongs to one thread at a time. Writes are not flushed.
+// Nothing throws but std::bad_alloc. After a failed opening the object stays,
+// closed: reads give default records, writes fail.
+class [[gnu::visibility("default")]] MeasurementFile {
+  public:
+    static constexpr char Cookie[12] = "VEK KIB ML";
+    static constexpr std::uint16_t VersionData = 1;
+    static constexpr std::uint16_t RecordSize = 110;  // bytes of a slot
+
+    // Settles the class's settings, once; done by every constructor. Must end
+    // before another thread uses the class.
+    static void Init();
+
+    // Whether anything stands at the path of that file; false before Init.
+    static bool FileExist(int fileIndex);
+    static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
+    static char const* getFileLocation();                               // runs Init
+    static bool hasLargeStorage() { return sLargeStorage; }
+    static std::uint16_t getRecordCount() { return sRecordCount; }  // slots of a file
+    static std::int64_t getFileSize() { return sFileSize; }         // bytes, -1 before Init
+    static std::uint64_t GetBlkSize() { return sBlkSize; }          // bytes
+
+    explicit MeasurementFile(int fileIndex);
+    ~MeasurementFile();
+    MeasurementFile(MeasurementFile const&) = delete;
+    MeasurementFile& operator=(MeasurementFile const&) = delete;
+
+    // Opens the file again, or makes it; false leaves the object closed. An open
+    // descriptor is closed first.
+    bool openFd();
+    // Replaces the file at path by a new empty one and opens that.
+    bool cleanFile(char const* path);
+    void closeFd();
+
+    // Finds the newest record and counts the slots in use; always true.
+    bool scanRecords();
+    int validRecordCount();   // slots in use
+    int recentRecordIndex();  // the newest record's slot, -1 for an empty file
+    TimeStamp recentRecordTimeStamp();
+
+    // One slot's record; a default one when it can't be read. Slot 0 is answered
+    // from memory. Slots beyond the record count are read if the file has them.
+    MeasurementRecord readRecord(int slot);
+    // count records from firstSlot on, by one read; all default unless every one
+    // could be read. A negative count raises std::bad_alloc.
+    std::vector<MeasurementRecord> readRecords(int firstSlot, int count);
+    // Both update what the object knows even if the write itself fails. addRecord
+    // follows the newest record as far as known and never wraps; writeRecord
+    // takes slots from 0 to getRecordCount() - 1.
+    bool addRecord(MeasurementRecord const& record);
+    bool writeRecord(MeasurementRecord const& record, int slot);
+
+  private:
+    friend struct SlotFileOps<MeasurementFile>;
+    struct Traits;
+
+    static std::uint16_t sRecordCount;
+    static std::int64_t sFileSize;
+    static std::uint64_t sBlkSize;
+    static bool sLargeStorage;
+    static char const* sFileNameFormat;
+    static char const* sFileLocation;
+    static FileCreator* mFileCreator;
+
+  public:
+    int const mFileIndex;
+
+  private:
+    int mFd = -1;
+    int mValidRecordCount = 0;    // 1 from opening until the scan
+    int mRecentRecordIndex = -1;  // -1 also while unknown
+
+  public:
+    MeasurementRecord mFirstRecord;  // slot 0
+
+  private:
+    MeasurementRecord mRecentRecord;
+};
+
+}  // namespace ZEB

@@ -1,0 +1,237 @@
+#include "EventFile.h"
+
+#include <dirent.h>
+
+#include <mutex>
+
+#include "files/CopyFile.h"
+#include "files/FileNames.h"
+#include "files/SlotFileOps.h"
+#include "util/VEKPaths.h"
+
+namespace ZEB {
+
+using Ops = SlotFileOps<EventFile>;
+
+struct EventFile::Traits {
+    using Record = EventMsg;
+    static std::lock_guard<Mutex> lock(EventFile& file) {
+        return std::lock_guard<Mutex>(file.mMutex);
+    }
+    static std::int32_t key(EventMsg const& record) { return record.timeStamp().seconds(); }
+    static bool withoutLength(EventFile& file, char const* path) { return file.cleanFile(path); }
+    static void transferred(EventFile& file, std::int64_t end) { file.mOffset = end; }
+    static void written(EventFile&) {}
+};
+
+char const* EventFile::sFileNameFormat = nullptr;
+char const* EventFile::sFileLocation = nullptr;
+bool EventFile::sLargeStorage = false;
+std::uint16_t EventFile::sRecordCount = 1396;
+std::uint64_t EventFile::sBlkSize = 4096;
+std::int64_t EventFile::sFileSize = -1;
+std::uint32_t EventFile::sVersionMajor = 1;
+std::uint32_t EventFile::sVersionMinor = 2;
+std::uint32_t EventFile::sVersionFix = 7;
+FileCreator* EventFile::mFileCreator = nullptr;
+
+namespace {
+constexpr std::size_t PathSize = 1000;
+}
+
+void EventFile::Init() {
+    static char DataFileFormat[256];
+    static char DataFileDir[256];
+    if (sFileNameFormat != nullptr) return;
+    VEKDataFile(EventNameFormat, DataFileFormat, sizeof DataFileFormat);
+    VEKDataFile("", DataFileDir, sizeof DataFileDir);
+    sLargeStorage = true;
+    sRecordCount = 65000;
+    sFileLocation = DataFileDir;
+    adoptBlockSize(DataFileDir, sBlkSize);
+    sFileSize = RecordSize * sRecordCount + static_cast<int>(HeaderSize);
+    mFileCreator = new FileCreator(EventCreatorName, sFileLocation, sFileSize);
+    sFileNameFormat = DataFileFormat;  // last: after an exception Init starts again
+}
+
+int EventFile::SetUpReading(char const* path, int major, int minor, int fix) {
+    static char ReadingFileLocation[PathSize];
+    static char ReadingFileFormat[PathSize];
+    Init();
+    char location[PathSize];
+    char format[PathSize];
+    bool fits = formatPath(location, "%s", path);
+    char* const slash = std::strrchr(location, '/');
+    if (slash == nullptr) std::strcpy(location, ".");
+    if (slash != nullptr) *slash = '\0';
+    fits = fits && formatPath(format, "%s/%s", location, EventNameFormat);
+    if (!fits || std::strchr(location, '%') != nullptr) {
+        std::fprintf(stderr, "Path too long or with a %%: %s\n", path);
+        return 0;
+    }
+
+    int const fd = open(path, O_RDWR);
+    if (fd == -1) {
+        std::fprintf(stderr, "Failed to open %s\n", path);
+        return 0;
+    }
+    sFileSize = lseek(fd, 0, SEEK_END);
+    FileHeader found = Ops::header();
+    ssize_t const size = pread(fd, &found, HeaderSize, 0);
+    close(fd);
+    sRecordCount = found.recordCount;
+    if (size != static_cast<ssize_t>(HeaderSize)) {
+        std::fprintf(stderr, "FAILED to read header information from %s\n", path);
+        return 0;
+    }
+    sLargeStorage = sRecordCount > 2000;
+    if (!sameFamily(found, Ops::header()) || sRecordCount == 0) {
+        std::fprintf(stderr, "Header information of EventFile does not match\n");
+        return 0;
+    }
+
+    std::strcpy(ReadingFileLocation, location);
+    std::strcpy(ReadingFileFormat, format);
+    sFileLocation = ReadingFileLocation;
+    sVersionMajor = static_cast<std::uint32_t>(major);
+    sVersionMinor = static_cast<std::uint32_t>(minor);
+    sVersionFix = static_cast<std::uint32_t>(fix);
+    sFileNameFormat = ReadingFileFormat;
+    return 1;
+}
+
+bool EventFile::FileExist(int fileIndex) {
+    if (sFileNameFormat == nullptr) return false;
+    char path[PathSize];
+    if (!formatPath(path, sFileNameFormat, sVersionMajor, sVersionMinor, sVersionFix, fileIndex)) {
+        VEKLogMsg(1, "ZEB::EventFile::FileExist - filepath %s (%d) too long", sFileNameFormat,
+                  fileIndex);
+        return false;
+    }
+    return exists(path);
+}
+
+bool EventFile::BackupFileExist(int fileIndex) {
+    char directory[PathSize];
+    char path[PathSize];
+    VEKBackupDataFile("", directory, sizeof directory);
+    if (!formatPath(path, EventPathFormat, directory, sVersionMajor, sVersionMinor, sVersionFix,
+                    fileIndex)) {
+        VEKLogMsg(1, "ZEB::EventFile::BackupFileExist - filepath %s (%d) too long", sFileNameFormat,
+                  fileIndex);
+        return false;
+    }
+    return exists(path);
+}
+
+EventFile::EventFile(int fileIndex) : mFileIndex(fileIndex) {
+    mFilePath[0] = '\0';
+    Init();
+    Ops::openOrReport(*this, "No way to create Event Log File");
+}
+
+EventFile::~EventFile() { closeFd(); }
+
+bool EventFile::openFd() {
+    if (!formatPath(mFilePath, sFileNameFormat, sVersionMajor, sVersionMinor, sVersionFix,
+                    mFileIndex)) {
+        VEKLogMsg(1, "ZEB::EventFile::openFd - mFilePath %s (%d) too long", sFileNameFormat,
+                  mFileIndex);
+        return false;
+    }
+    if (!FileExist(mFileIndex)) {
+        if (!BackupFileExist(mFileIndex)) return cleanFile(mFilePath);
+        RestoreFromBackup();
+    }
+    VEKLogMsg(2, "Current eventfile is %s", mFilePath);
+    return Ops::openFile(*this, mFilePath, O_RDWR);
+}
+
+bool EventFile::cleanFile(char const* path) {
+    return Ops::replaceFile(*this, path, "Event file failed to unlink");
+}
+
+void EventFile::closeFd() {
+    if (Ops::closeDescriptor(*this)) DropCaches();
+}
+
+bool EventFile::scanRecords() {
+    Ops::scan(*this);
+    return true;
+}
+
+int EventFile::validRecordCount() {
+    Ops::scanUnlessKnown(*this);
+    return mValidRecordCount;
+}
+
+int EventFile::recentRecordIndex() {
+    Ops::scanUnlessKnown(*this);
+    return mRecentRecordIndex;
+}
+
+TimeStamp EventFile::recentRecordTimeStamp() {
+    Ops::scanUnlessKnown(*this);
+    return mRecentRecord.timeStamp();
+}
+
+EventMsg EventFile::readRecord(int slot) { return Ops::read(*this, slot); }
+
+std::vector<EventMsg> EventFile::readRecords(int firstSlot, int count) {
+    return Ops::readRun(*this, firstSlot, count);
+}
+
+bool EventFile::addRecord(EventMsg const& record) { return Ops::add(*this, record); }
+
+bool EventFile::writeRecord(EventMsg const& record, int slot) {
+    return Ops::write(*this, record, slot);
+}
+
+std::int64_t EventFile::IsCurrentFile(char const* path) {
+    if (std::strcmp(path, mFilePath) != 0) return 0;
+    auto const lock = Traits::lock(*this);
+    if (mFd == -1) return 0;
+    fsync(mFd);
+    return mOffset;
+}
+
+void EventFile::serialize(EventMsg const& record, std::ostream& out) const {
+    record.serialize(out);
+}
+
+void EventFile::deserialize(EventMsg& record, std::istream& in) { record.deserialize(in); }
+
+bool EventFile::RestoreFromBackup() {
+    char directory[PathSize];
+    VEKBackupDataFile("", directory, sizeof directory);
+    DIR* const listing = opendir(directory);
+    if (listing == nullptr) {
+        std::perror(directory);
+        return false;
+    }
+    VEKLogMsg(1, "ZEB::EventFile::RestoreFromBackup");
+    while (dirent const* const entry = readdir(listing)) {
+        int major = 0;
+        int minor = 0;
+        int fix = 0;
+        int index = 0;
+        if (std::sscanf(entry->d_name, EventNameFormat, &major, &minor, &fix, &index) != 4) {
+            continue;
+        }
+        char from[PathSize];
+        char to[PathSize];
+        if (!formatPath(from, EventPathFormat, directory, major, minor, fix, index) ||
+            !formatPath(to, EventPathFormat, sFileLocation, major, minor, fix, index)) {
+            VEKLogMsg(1, "ZEB::EventFile::RestoreFromBackup - filepath of %s too long",
+                      entry->d_name);
+            continue;
+        }
+        if (!exists(to)) CopyLog(from, to);
+    }
+    closedir(listing);
+    return true;
+}
+
+bool EventFile::CopyLog(char const* from, char const* to) { return copyFile(from, to); }
+
+}  // namespace ZEB

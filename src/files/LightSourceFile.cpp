@@ -1,0 +1,116 @@
+#include "LightSourceFile.h"
+
+#include <stdexcept>
+
+#include "files/FileNames.h"
+#include "files/SlotFileOps.h"
+#include "util/VEKPaths.h"
+
+namespace ZEB {
+
+using Ops = SlotFileOps<LightSourceFile>;
+
+// The other differences from the event file: opened with create, rebuilt in
+// place (cleanFile), one fixed path, DropCaches() on every close, and a
+// constructor that throws and prints nothing.
+struct LightSourceFile::Traits {
+    using Record = LightSourceRecord;
+    struct NoLock {};
+    static NoLock lock(LightSourceFile&) { return {}; }
+    static std::int32_t key(LightSourceRecord const& record) { return record.key(); }
+    static bool withoutLength(LightSourceFile& file, char const*) {
+        file.closeFd();
+        return false;
+    }
+    static void transferred(LightSourceFile&, std::int64_t) {}
+    static void written(LightSourceFile&) { sync(); }
+};
+
+std::uint16_t LightSourceFile::sRecordCount = 100;
+std::int64_t LightSourceFile::sFileSize = -1;
+std::uint64_t LightSourceFile::sBlkSize = 4096;
+char const* LightSourceFile::sFileNameFormat = nullptr;
+
+void LightSourceFile::Init() {
+    static char FilePath[256];
+    static char LightSourceDir[256];
+    constexpr unsigned short StandardCount = 1000;
+    if (sFileNameFormat != nullptr) return;
+    sRecordCount = StandardCount;
+    if (SettingsFileExist(LightSourceName, &sRecordCount, StandardCount) == 0) {
+        GetBackupSetting(LightSourceName);
+    }
+    VEKSettingsFile(LightSourceName, FilePath, sizeof FilePath);
+    VEKSettingsFile("", LightSourceDir, sizeof LightSourceDir);
+    sFileSize = sRecordCount * RecordSize + static_cast<int>(HeaderSize);
+    adoptBlockSize(LightSourceDir, sBlkSize);
+    if (sBlkSize < RecordSize) sBlkSize = 2 * RecordSize;
+    sFileNameFormat = FilePath;  // last: after an exception Init starts again
+}
+
+LightSourceFile::LightSourceFile(int fileIndex) : mFileIndex(fileIndex) {
+    Init();
+    if (!openFd()) throw std::logic_error("No way to create LightSorce Log File");
+}
+
+LightSourceFile::~LightSourceFile() { closeFd(); }
+
+bool LightSourceFile::openFd() {
+    std::vector<char> path(std::strlen(sFileNameFormat) + 20);
+    std::snprintf(path.data(), path.size(), sFileNameFormat, 0);
+    return Ops::openFile(*this, path.data(), O_RDWR | O_CREAT);
+}
+
+bool LightSourceFile::cleanFile(char const* path) {
+    closeFd();
+    mFd = open(path, O_RDWR | O_CREAT | O_TRUNC, 0600);
+    if (mFd == -1) return false;
+    Ops::forgetRecords(*this);
+    if (!writeHeader(mFd, Ops::header()) || pwrite(mFd, "", 1, sFileSize - 1) != 1) {
+        closeFd();
+        return false;
+    }
+    sync();
+    return true;
+}
+
+void LightSourceFile::closeFd() {
+    Ops::closeDescriptor(*this);
+    DropCaches();
+}
+
+bool LightSourceFile::fileFull() { return readRecord(sRecordCount - 1).timeStamp().seconds() > 0; }
+
+bool LightSourceFile::scanRecords() {
+    Ops::scan(*this);
+    return true;
+}
+
+int LightSourceFile::validRecordCount() {
+    Ops::scanUnlessKnown(*this);
+    return mValidRecordCount;
+}
+
+int LightSourceFile::recentRecordIndex() {
+    Ops::scanUnlessKnown(*this);
+    return mRecentRecordIndex;
+}
+
+TimeStamp LightSourceFile::recentRecordTimeStamp() {
+    Ops::scanUnlessKnown(*this);
+    return mRecentRecord.timeStamp();
+}
+
+LightSourceRecord LightSourceFile::readRecord(int slot) { return Ops::read(*this, slot); }
+
+std::vector<LightSourceRecord> LightSourceFile::readRecords(int firstSlot, int count) {
+    return Ops::readRun(*this, firstSlot, count);
+}
+
+bool LightSourceFile::addRecord(LightSourceRecord const& record) { return Ops::add(*this, record); }
+
+bool LightSourceFile::writeRecord(LightSourceRecord const& record, int slot) {
+    return Ops::write(*this, record, slot);
+}
+
+}  // namespace ZEB

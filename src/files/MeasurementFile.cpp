@@ -1,0 +1,131 @@
+#include "MeasurementFile.h"
+
+#include <sys/stat.h>
+
+#include "files/FileNames.h"
+#include "files/SlotFileOps.h"
+#include "util/VEKPaths.h"
+
+namespace ZEB {
+
+using Ops = SlotFileOps<MeasurementFile>;
+
+// The other differences from the event file: paths of 99 characters at most,
+// made where they are needed, and no restoring from a backup.
+struct MeasurementFile::Traits {
+    using Record = MeasurementRecord;
+    struct NoLock {};
+    static NoLock lock(MeasurementFile&) { return {}; }
+    static std::int32_t key(MeasurementRecord const& record) {
+        return record.timeStamp().seconds();
+    }
+    static bool withoutLength(MeasurementFile& file, char const*) {
+        file.closeFd();
+        return false;
+    }
+    static void transferred(MeasurementFile&, std::int64_t) {}
+    static void written(MeasurementFile&) {}
+};
+
+std::uint16_t MeasurementFile::sRecordCount = 1000;
+std::int64_t MeasurementFile::sFileSize = -1;
+std::uint64_t MeasurementFile::sBlkSize = 4096;
+bool MeasurementFile::sLargeStorage = false;
+char const* MeasurementFile::sFileNameFormat = nullptr;
+char const* MeasurementFile::sFileLocation = nullptr;
+FileCreator* MeasurementFile::mFileCreator = nullptr;
+
+namespace {
+constexpr std::size_t PathSize = 100;
+}
+
+void MeasurementFile::Init() {
+    static char DataFileFormat[256];
+    static char DataFileDir[256];
+    if (sFileNameFormat != nullptr) return;
+    sRecordCount = 65000;
+    sLargeStorage = true;
+    VEKDataFile(MeasurementNameFormat, DataFileFormat, sizeof DataFileFormat);
+    VEKDataFile("", DataFileDir, sizeof DataFileDir);
+    sFileSize = sRecordCount * RecordSize + static_cast<int>(HeaderSize);
+    sFileLocation = DataFileDir;
+    adoptBlockSize(DataFileDir, sBlkSize);
+    mFileCreator = new FileCreator(MeasurementCreatorName, sFileLocation, sFileSize);
+    sFileNameFormat = DataFileFormat;  // last: after an exception Init starts again
+}
+
+char const* MeasurementFile::getFileLocation() {
+    Init();
+    return sFileLocation;
+}
+
+bool MeasurementFile::FileExist(int fileIndex) {
+    if (sFileNameFormat == nullptr) return false;
+    char path[PathSize];
+    if (!formatPath(path, sFileNameFormat, fileIndex)) {
+        VEKLogMsg(1, "ZEB::MeasurementFile::FileExist - filepath %s (%d) too long", sFileNameFormat,
+                  fileIndex);
+        return false;
+    }
+    return exists(path);
+}
+
+MeasurementFile::MeasurementFile(int fileIndex) : mFileIndex(fileIndex) {
+    Init();
+    Ops::openOrReport(*this, "No way to create Measurement Log File");
+}
+
+MeasurementFile::~MeasurementFile() { closeFd(); }
+
+bool MeasurementFile::openFd() {
+    char path[PathSize];
+    if (!formatPath(path, sFileNameFormat, mFileIndex)) {
+        VEKLogMsg(1, "ZEB::MeasurementFile::openFd - filepath %s (%d) too long", sFileNameFormat,
+                  mFileIndex);
+        return false;
+    }
+    if (!FileExist(mFileIndex)) return cleanFile(path);
+    return Ops::openFile(*this, path, O_RDWR);
+}
+
+bool MeasurementFile::cleanFile(char const* path) {
+    return Ops::replaceFile(*this, path, "Measurement file failed to unlink");
+}
+
+void MeasurementFile::closeFd() {
+    if (Ops::closeDescriptor(*this)) DropCaches();
+}
+
+bool MeasurementFile::scanRecords() {
+    Ops::scan(*this);
+    return true;
+}
+
+int MeasurementFile::validRecordCount() {
+    Ops::scanUnlessKnown(*this);
+    return mValidRecordCount;
+}
+
+int MeasurementFile::recentRecordIndex() {
+    Ops::scanUnlessKnown(*this);
+    return mRecentRecordIndex;
+}
+
+TimeStamp MeasurementFile::recentRecordTimeStamp() {
+    Ops::scanUnlessKnown(*this);
+    return mRecentRecord.timeStamp();
+}
+
+MeasurementRecord MeasurementFile::readRecord(int slot) { return Ops::read(*this, slot); }
+
+std::vector<MeasurementRecord> MeasurementFile::readRecords(int firstSlot, int count) {
+    return Ops::readRun(*this, firstSlot, count);
+}
+
+bool MeasurementFile::addRecord(MeasurementRecord const& record) { return Ops::add(*this, record); }
+
+bool MeasurementFile::writeRecord(MeasurementRecord const& record, int slot) {
+    return Ops::write(*this, record, slot);
+}
+
+}  // namespace ZEB

@@ -1,0 +1,211 @@
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <new>
+#include <vector>
+
+#include "files/SlotIo.h"
+#include "util/DropCaches.h"
+#include "util/VEKLog.h"
+
+namespace ZEB {
+
+// What the three file classes have in common and what depends on their record.
+// A class gives its differences in File::Traits:
+//   Record             the record class
+//   lock(file)         a guard to hold around each use of the descriptor
+//   key(record)        what orders records; a greater key is newer
+//   withoutLength(f,p) the opening's result when the end of the file at p can't be sought
+//   transferred(f,end) a read or write ended at this offset
+//   written(file)      a slot was written whole
+template <class File>
+struct SlotFileOps {
+    using Traits = typename File::Traits;
+    using Record = typename Traits::Record;
+
+    static FileHeader header() {
+        FileHeader header{{}, File::VersionData, File::RecordSize, File::sRecordCount};
+        std::memcpy(header.cookie, File::Cookie, sizeof header.cookie);
+        return header;
+    }
+
+    // Opens the file at path and takes slot 0 over, or has it made anew.
+    static bool openFile(File& file, char const* path, int flags) {
+        if (file.mFd != -1) file.closeFd();
+        HeaderCheck check = HeaderCheck::Rejected;
+        {
+            [[maybe_unused]] auto const lock = Traits::lock(file);
+            file.mFd = open(path, flags, 0600);
+            if (file.mFd == -1) return false;
+            char slot0[File::RecordSize];
+            check = checkFile(file.mFd, header(), File::sFileSize, slot0);
+            if (check == HeaderCheck::Accepted) {
+                forgetRecords(file);
+                file.mFirstRecord.deserialize(streamOver(slot0, sizeof slot0));
+                file.mValidRecordCount = file.mFirstRecord.isValid() ? 1 : 0;
+                Traits::transferred(file, slotOffset(1, File::RecordSize));
+                return true;
+            }
+        }
+        return check == HeaderCheck::NoLength ? Traits::withoutLength(file, path)
+                                              : file.cleanFile(path);
+    }
+
+    // Replaces the file at path by a new one from the class's FileCreator.
+    static bool replaceFile(File& file, char const* path, char const* unlinkFailed) {
+        if (file.mFd != -1) {
+            file.closeFd();
+            if (unlink(path) != 0) {
+                std::perror(unlinkFailed);
+                return false;
+            }
+        }
+        {
+            [[maybe_unused]] auto const lock = Traits::lock(file);
+            if (!File::mFileCreator->GetNewFile(path)) return false;
+            file.mFd = open(path, O_RDWR, 0600);
+            if (file.mFd == -1) return false;
+            forgetRecords(file);
+            if (writeHeader(file.mFd, header())) {
+                Traits::transferred(file, HeaderSize);
+                return true;
+            }
+        }
+        file.closeFd();
+        return false;
+    }
+
+    static void openOrReport(File& file, char const* failed) {
+        if (file.openFd()) return;
+        std::perror(failed);
+        VEKLogMsg(1, "%s", failed);
+    }
+
+    // True when a descriptor was open.
+    static bool closeDescriptor(File& file) {
+        [[maybe_unused]] auto const lock = Traits::lock(file);
+        if (file.mFd == -1) return false;
+        close(file.mFd);
+        file.mFd = -1;
+        return true;
+    }
+
+    static void forgetRecords(File& file) {
+        file.mValidRecordCount = 0;
+        file.mRecentRecordIndex = -1;
+        file.mFirstRecord = Record();
+        file.mRecentRecord = Record();
+    }
+
+    // The records lie in slot order, and in a full file the slots before the seam
+    // are newer than those behind it: the last slot tells which of the two it is,
+    // and a bisection finds where the used, or the newer, run ends.
+    static void scan(File& file) {
+        if (file.mValidRecordCount != 1) return;
+        int const last = File::sRecordCount - 1;
+        Record const lastRecord = file.readRecord(last);
+        bool const full = lastRecord.isValid();
+        if (full) {
+            file.mValidRecordCount = File::sRecordCount;
+            if (Traits::key(lastRecord) >= Traits::key(file.mFirstRecord)) {
+                setNewest(file, lastRecord, last);
+                return;
+            }
+        }
+        setNewest(file, file.mFirstRecord, 0);
+        for (int low = 0, high = last; low + 1 < high;) {
+            int const middle = low + (high - low) / 2;
+            Record const record = file.readRecord(middle);
+            bool const inRun =
+                full ? Traits::key(record) >= Traits::key(file.mRecentRecord) : record.isValid();
+            if (inRun) {
+                low = middle;
+                setNewest(file, record, middle);
+            } else {
+                high = middle;
+            }
+        }
+        if (!full) file.mValidRecordCount = file.mRecentRecordIndex + 1;
+    }
+
+    static void scanUnlessKnown(File& file) {
+        if (file.mRecentRecordIndex == -1) file.scanRecords();
+    }
+
+    static Record read(File& file, int slot) {
+        if (slot == 0) return file.mFirstRecord;
+        Record record;
+        char bytes[File::RecordSize];
+        if (readSlots(file, slot, bytes, sizeof bytes)) {
+            record.deserialize(streamOver(bytes, sizeof bytes));
+        }
+        return record;
+    }
+
+    static std::vector<Record> readRun(File& file, int firstSlot, int count) {
+        if (count < 0) throw std::bad_alloc();
+        auto const number = static_cast<std::size_t>(count);
+        std::vector<Record> records(number);
+        std::vector<char> bytes(number * File::RecordSize);
+        if (readSlots(file, firstSlot, bytes.data(), bytes.size())) {
+            std::iostream& in = streamOver(bytes.data(), bytes.size());
+            for (Record& record : records) record.deserialize(in);
+        }
+        return records;
+    }
+
+    static bool add(File& file, Record const& record) {
+        int const next = file.mRecentRecordIndex + 1;
+        if (next >= File::sRecordCount) return false;
+        if (file.mRecentRecordIndex == -1) file.mFirstRecord = record;
+        return store(file, record, next);
+    }
+
+    static bool write(File& file, Record const& record, int slot) {
+        if (slot < 0 || slot >= File::sRecordCount) return false;
+        if (slot == 0) file.mFirstRecord = record;
+        return store(file, record, slot);
+    }
+
+  private:
+    static void setNewest(File& file, Record const& record, int slot) {
+        file.mRecentRecord = record;
+        file.mRecentRecordIndex = slot;
+    }
+
+    static bool readSlots(File& file, int firstSlot, char* bytes, std::size_t size) {
+        std::int64_t const offset = slotOffset(firstSlot, File::RecordSize);
+        if (offset < 0) return false;
+        [[maybe_unused]] auto const lock = Traits::lock(file);
+        return transferred(file, offset, pread(file.mFd, bytes, size, offset), size);
+    }
+
+    static bool store(File& file, Record const& record, int slot) {
+        setNewest(file, record, slot);
+        if (file.mValidRecordCount != File::sRecordCount) file.mValidRecordCount = slot + 1;
+        char bytes[File::RecordSize] = {};
+        file.mRecentRecord.serialize(streamOver(bytes, sizeof bytes));
+        if (!writeSlot(file, slot, bytes)) return false;
+        Traits::written(file);
+        return true;
+    }
+
+    static bool writeSlot(File& file, int slot, char const (&bytes)[File::RecordSize]) {
+        std::int64_t const offset = slotOffset(slot, File::RecordSize);
+        [[maybe_unused]] auto const lock = Traits::lock(file);
+        return transferred(file, offset, pwrite(file.mFd, bytes, sizeof bytes, offset),
+                           sizeof bytes);
+    }
+
+    static bool transferred(File& file, std::int64_t offset, ssize_t moved, std::size_t wanted) {
+        Traits::transferred(file, moved > 0 ? offset + moved : offset);
+        return moved == static_cast<ssize_t>(wanted);
+    }
+};
+
+}  // namespace ZEB

@@ -1,0 +1,106 @@
+#include "files/SlotIo.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <iostream>
+#include <limits>
+#include <new>
+#include <streambuf>
+
+namespace ZEB {
+
+// The header's fields are written as they lie in memory.
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+
+bool sameFamily(FileHeader const& found, FileHeader const& expected) {
+    return std::strncmp(found.cookie, expected.cookie, sizeof found.cookie) == 0 &&
+           found.version == expected.version && found.recordSize == expected.recordSize;
+}
+
+HeaderCheck checkFile(int fd, FileHeader const& expected, std::int64_t fileSize, char* slot0) {
+    off_t const end = lseek(fd, 0, SEEK_END);
+    if (end == -1) return HeaderCheck::NoLength;
+    if (end < fileSize) return HeaderCheck::Rejected;
+
+    constexpr std::size_t MaxRecordSize = 256;
+    char start[HeaderSize + MaxRecordSize];
+    std::size_t const wanted = HeaderSize + expected.recordSize;
+    if (pread(fd, start, wanted, 0) != static_cast<ssize_t>(wanted)) return HeaderCheck::Rejected;
+
+    FileHeader found;
+    std::memcpy(&found, start, HeaderSize);
+    if (!sameFamily(found, expected) || found.recordCount != expected.recordCount) {
+        return HeaderCheck::Rejected;
+    }
+    std::memcpy(slot0, start + HeaderSize, expected.recordSize);
+    return HeaderCheck::Accepted;
+}
+
+namespace {
+
+template <typename Field>
+bool writeField(int fd, Field const& field, std::size_t offset) {
+    return pwrite(fd, &field, sizeof field, static_cast<off_t>(offset)) ==
+           static_cast<ssize_t>(sizeof field);
+}
+
+}  // namespace
+
+bool writeHeader(int fd, FileHeader const& header) {
+    return writeField(fd, header.cookie, offsetof(FileHeader, cookie)) &&
+           writeField(fd, header.version, offsetof(FileHeader, version)) &&
+           writeField(fd, header.recordSize, offsetof(FileHeader, recordSize)) &&
+           writeField(fd, header.recordCount, offsetof(FileHeader, recordCount));
+}
+
+std::int64_t slotOffset(int slot, std::uint16_t recordSize) {
+    std::int64_t const offset =
+        std::int64_t{slot} * recordSize + static_cast<std::int64_t>(HeaderSize);
+    return offset >= 0 && offset <= std::numeric_limits<std::int32_t>::max() ? offset : -1;
+}
+
+namespace {
+
+class BytesBuffer : public std::streambuf {
+  public:
+    void standOver(char* bytes, std::size_t size) {
+        setg(bytes, bytes, bytes + size);
+        setp(bytes, bytes + size);
+    }
+};
+
+struct ThreadStream {
+    BytesBuffer buffer;
+    std::iostream stream{&buffer};
+};
+
+}  // namespace
+
+std::iostream& streamOver(char* bytes, std::size_t size) {
+    // A stream costs a third of a write to make, so each thread keeps one. It owns
+    // no memory and is never destroyed: registering a destructor could fail.
+    alignas(ThreadStream) thread_local char storage[sizeof(ThreadStream)];
+    thread_local ThreadStream* kept = nullptr;
+    if (kept == nullptr) kept = new (storage) ThreadStream;
+    kept->buffer.standOver(bytes, size);
+    kept->stream.clear();
+    return kept->stream;
+}
+
+bool exists(char const* path) {
+    struct stat status {};
+    return stat(path, &status) == 0;
+}
+
+void adoptBlockSize(char const* directory, std::uint64_t& blockSize) {
+    struct stat status {};
+    if (stat(directory, &status) == 0) {
+        blockSize = static_cast<std::uint64_t>(status.st_blksize);
+    } else {
+        std::fprintf(stderr, "Failed to stat %s\n", directory);
+    }
+}
+
+}  // namespace ZEB
