@@ -1,0 +1,250 @@
+#include "EventFile.h"
+
+#include <sys/stat.h>
+
+#include "Fixture.h"
+#include "util/DropCaches.h"
+
+namespace ZEB {
+
+constexpr int R = 65000;
+constexpr std::uintmax_t FullSize = 4030018;
+std::string const Header = headerOf("EL", 62, R);
+using Slots = std::vector<std::pair<int, EventMsg>>;
+
+class EventFiles : public Instrument {
+  protected:
+    fs::path path(int index) const { return data / name(index); }
+    static std::string name(int index) {
+        return "event_log-1-2-7#" + std::to_string(index) + ".vek";
+    }
+    static void expectEmpty(EventFile& file) {
+        EXPECT_EQ(file.recentRecordIndex(), -1);
+        EXPECT_EQ(file.validRecordCount(), 0);
+    }
+};
+
+TEST_F(EventFiles, AreMadeWholeAndHoldRecordsAtTheirPlaces) {
+    EXPECT_FALSE(EventFile::FileExist(3));
+    {
+        EventFile file(3);
+        std::string const empty = contents(path(3));
+        EXPECT_EQ(empty, Header + std::string(FullSize - 18, '\0'));
+        expectEmpty(file);
+        EXPECT_TRUE(file.writeRecord(event(5), 0));
+        EXPECT_TRUE(file.writeRecord(event(7), R - 1));
+        EXPECT_FALSE(file.writeRecord(event(8), R));
+        EXPECT_FALSE(file.writeRecord(event(8), -1));
+        EXPECT_FALSE(file.addRecord(event(8)));
+        EXPECT_EQ(file.recentRecordTimeStamp().seconds(), 7);
+        EXPECT_EQ(
+            contents(path(3)),
+            Header + wire(event(5)) + std::string(FullSize - 18 - 2 * 62, '\0') + wire(event(7)));
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(data), {}), 1);  // nothing left over
+    EXPECT_TRUE(EventFile::FileExist(3));
+}
+
+TEST_F(EventFiles, KeepSoundFilesAndReplaceWrongOnes) {
+    struct Case {
+        char const* what;
+        std::string header;
+        std::uintmax_t size;
+        bool kept;
+    };
+    std::string cookie11 = Header;
+    std::string cookie12 = Header;
+    cookie11[10] = 'x';
+    cookie12[11] = 'x';
+    for (Case const& c : std::vector<Case>{{"sound", Header, FullSize, true},
+                                           {"longer", Header, FullSize + 1, true},
+                                           {"twelfth byte", cookie12, FullSize, true},
+                                           {"short", Header, FullSize - 1, false},
+                                           {"eleventh byte", cookie11, FullSize, false},
+                                           {"kind", headerOf("LS", 62, R), FullSize, false},
+                                           {"version", headerOf("EL", 62, R, 2), FullSize, false},
+                                           {"size", headerOf("EL", 61, R), FullSize, false},
+                                           {"count", headerOf("EL", 62, 1396), FullSize, false},
+                                           {"empty", "", 0, false}}) {
+        SCOPED_TRACE(c.what);
+        makeSlotFile(path(0), c.header, c.size, c.size < 80 ? Slots{} : Slots{{0, event(4)}});
+        EventFile file(0);
+        EXPECT_EQ(file.validRecordCount(), c.kept ? 1 : 0);
+        EXPECT_EQ(file.mFirstRecord.timeStamp().seconds(), c.kept ? 4 : 0);
+        EXPECT_EQ(fs::file_size(path(0)), c.kept ? c.size : FullSize);
+        if (!c.kept) {
+            EXPECT_EQ(contents(path(0)).substr(0, 80), Header + std::string(62, '\0'));
+        }
+    }
+}
+
+TEST_F(EventFiles, FindTheNewestRecordWhereverItLies) {
+    auto const search = [&](std::string const& slots) {
+        write(path(0), Header + slots + std::string(FullSize - 18 - slots.size(), '\0'));
+        EventFile file(0);
+        return std::pair(file.recentRecordIndex(), file.validRecordCount());
+    };
+    std::string used;
+    std::string older;
+    std::string same;
+    for (int i = 0; i < R; ++i) {
+        used += wire(event(-40000 + i));  // times below and above 0
+        older += wire(event(-200000 + i));
+        same += wire(event(7));
+    }
+    for (int newest : {0, 1, 2, 9, 32498, 32499, 32500, R - 3, R - 2, R - 1}) {
+        SCOPED_TRACE(newest);
+        std::size_t const end = 62 * static_cast<std::size_t>(newest + 1);
+        EXPECT_EQ(search(used.substr(0, end)), std::pair(newest, newest + 1));
+        EXPECT_EQ(search(used.substr(0, end) + older.substr(end)), std::pair(newest, R));
+        EXPECT_EQ(search(same.substr(0, end) + older.substr(end)), std::pair(newest, R));
+    }
+    EXPECT_EQ(search(std::string(62, '\0') + used.substr(62)), std::pair(-1, 0));
+    EXPECT_EQ(search(same), std::pair(R - 1, R));
+}
+
+TEST_F(EventFiles, ReadWithinTheFileOrGiveDefaultRecords) {
+    makeSlotFile<EventMsg>(path(0), Header, FullSize,
+                           {{0, event(1)}, {1, event(2)}, {R - 1, event(9)}});
+    EventFile file(0);
+    auto const offset = [&] { return file.IsCurrentFile(path(0).c_str()); };
+    EXPECT_EQ(offset(), 80);
+    EXPECT_EQ(file.IsCurrentFile(path(1).c_str()), 0);
+
+    write(path(0), "");  // slot 0 stands in memory, nothing else does
+    EXPECT_EQ(file.readRecord(0).timeStamp().seconds(), 1);
+    EXPECT_FALSE(file.readRecord(1).isValid());
+    EXPECT_EQ(offset(), 80);
+    makeSlotFile<EventMsg>(path(0), Header, FullSize,
+                           {{0, event(1)}, {1, event(2)}, {R - 1, event(9)}});
+
+    EXPECT_EQ(wire(file.readRecord(1)), wire(event(2)));
+    EXPECT_EQ(offset(), 142);
+    EXPECT_FALSE(file.readRecord(-1).isValid());
+    EXPECT_FALSE(file.readRecord(34636833).isValid());  // begins beyond 31 bits
+    EXPECT_EQ(offset(), 142);
+    EXPECT_FALSE(file.readRecord(R).isValid());
+    EXPECT_EQ(offset(), static_cast<std::int64_t>(FullSize));
+    EXPECT_EQ(wire(file.readRecords(R - 1, 1).at(0)), wire(event(9)));
+    for (EventMsg const& record : file.readRecords(R - 10, 20)) EXPECT_FALSE(record.isValid());
+    EXPECT_EQ(offset(), static_cast<std::int64_t>(FullSize));
+    EXPECT_TRUE(file.readRecords(0, 0).empty());
+    EXPECT_EQ(offset(), 18);
+    EXPECT_THROW(file.readRecords(0, -1), std::bad_alloc);
+
+    EXPECT_TRUE(file.writeRecord(event(3), 4));
+    EXPECT_EQ(offset(), 328);
+    auto const dropped = DropCachesCalls();
+    file.closeFd();
+    file.closeFd();
+    EXPECT_EQ(DropCachesCalls() - dropped, 1U);
+    EXPECT_EQ(offset(), 0);
+    EXPECT_FALSE(file.writeRecord(event(6), 0));
+    EXPECT_EQ(file.readRecord(0).timeStamp().seconds(), 6);  // known, though not stored
+    EXPECT_FALSE(file.readRecord(1).isValid());
+    EXPECT_TRUE(file.openFd() && file.openFd());
+    EXPECT_EQ(file.readRecord(0).timeStamp().seconds(), 1);
+}
+
+TEST_F(EventFiles, AppendAfterTheNewestOnceItIsKnown) {
+    makeSlotFile<EventMsg>(path(0), Header, FullSize, {{0, event(1)}, {1, event(2)}});
+    EventFile file(0);
+    EXPECT_EQ(file.recentRecordIndex(), 1);
+    EXPECT_TRUE(file.addRecord(event(3)));
+    EXPECT_EQ(file.validRecordCount(), 3);
+    EventFile unscanned(0);
+    EXPECT_TRUE(unscanned.addRecord(event(5)));
+    EXPECT_EQ(unscanned.readRecord(0).timeStamp().seconds(), 5);
+    EXPECT_TRUE(unscanned.cleanFile(path(0).c_str()));
+    expectEmpty(unscanned);
+}
+
+TEST_F(EventFiles, ReportWhatCannotBeOpenedAndStayUsable) {
+    fs::create_directory(path(0));
+    std::string const perrorLine = "No way to create Event Log File: Is a directory\n";
+    std::string const line = "[1] No way to create Event Log File\n";
+    EXPECT_EQ(messagesOf([] {
+                  EventFile file(0);
+                  EXPECT_FALSE(file.writeRecord(event(1), 1));
+                  EXPECT_FALSE(file.readRecord(1).isValid());
+              }),
+              "[2] Current eventfile is " + path(0).string() + "\n" + perrorLine + line);
+    fs::remove_all(data);
+    EXPECT_EQ(messagesOf([] { EventFile file(1); }),
+              "No way to create Event Log File: No such file or directory\n" + line);
+}
+
+TEST_F(EventFiles, ComeBackFromTheBackupWithoutOverwritingAny) {
+    for (int index : {3, 4, 5}) {
+        makeSlotFile<EventMsg>(backup / name(index), Header, FullSize, {{0, event(100 + index)}});
+    }
+    write(backup / "event_log-9-8-7#6.vek", "other version");
+    write(backup / "event_log-1-2-7#007.vek", "name of no file");
+    write(backup / "notes.txt", "text");
+    makeSlotFile<EventMsg>(path(3), Header, FullSize, {{0, event(1)}});
+    std::string const messages = messagesOf([] {
+        EventFile file(4);
+        EXPECT_EQ(file.mFirstRecord.timeStamp().seconds(), 104);
+    });
+    EXPECT_EQ(messages, "[1] ZEB::EventFile::RestoreFromBackup\n" + (backup / name(7)).string() +
+                            ": No such file or directory\n[2] Current eventfile is " +
+                            path(4).string() + "\n");
+    EXPECT_EQ(EventFile(3).mFirstRecord.timeStamp().seconds(), 1);
+    EXPECT_EQ(contents(path(5)), contents(backup / name(5)));
+    EXPECT_EQ(contents(data / "event_log-9-8-7#6.vek"), "other version");
+    EXPECT_EQ(fs::file_size(path(7)), 0U);
+    EXPECT_FALSE(fs::exists(data / "notes.txt"));
+    fs::remove_all(backup);
+    EXPECT_FALSE(EventFile(3).RestoreFromBackup());
+}
+
+TEST_F(EventFiles, AreReadElsewhereOnlyWithAMatchingHeader) {
+    std::string const before = (EventFile(0), EventFile::getFileLocation());
+    fs::path const old = root / "old";
+    fs::create_directory(old);
+    std::string const path = old / "event_log-1-1-0#0.vek";
+    struct Case {
+        std::string contents;
+        std::string message;
+        int count;
+        std::int64_t size;
+        bool large;
+    };
+    std::string const unread = "FAILED to read header information from " + path + "\n";
+    std::string const mismatch = "Header information of EventFile does not match\n";
+    for (Case const& c :
+         std::vector<Case>{{headerOf("EL", 62, 0x1234).substr(0, 16), unread, R, 16, true},
+                           {headerOf("EL", 62, 0x1234).substr(0, 17), unread, 0xfd34, 17, true},
+                           {headerOf("LS", 36, 1000), mismatch, 1000, 18, false},
+                           {headerOf("EL", 62, 2001, 2), mismatch, 2001, 18, true},
+                           {headerOf("EL", 62, 0), mismatch, 0, 18, false}}) {
+        write(path, c.contents);
+        EXPECT_EQ(messagesOf([&] { EXPECT_EQ(EventFile::SetUpReading(path.c_str(), 1, 1, 0), 0); }),
+                  c.message);
+        EXPECT_EQ(EventFile::getRecordCount(), c.count);
+        EXPECT_EQ(EventFile::getFileSize(), c.size);
+        EXPECT_EQ(EventFile::hasLargeStorage(), c.large);
+        EXPECT_EQ(EventFile::getFileLocation(), before);
+    }
+    EXPECT_EQ(EventFile::SetUpReading((root / "none").c_str(), 1, 1, 0), 0);
+    EXPECT_EQ(
+        EventFile::SetUpReading((old.string() + std::string(980, '/') + "f").c_str(), 1, 1, 0), 0);
+
+    makeSlotFile<EventMsg>(path, headerOf("EL", 62, 2000), 18 + 62 * 2000, {{0, event(3)}});
+    ASSERT_EQ(EventFile::SetUpReading(path.c_str(), 1, 1, 0), 1);
+    EXPECT_EQ(EventFile::getFileLocation(), old);
+    EXPECT_FALSE(EventFile::hasLargeStorage());
+    EXPECT_EQ(EventFile(0).mFirstRecord.timeStamp().seconds(), 3);
+    EventFile made(2);
+    EXPECT_EQ(fs::file_size(old / "event_log-1-1-0#2.vek"), FullSize);
+    EXPECT_FALSE(made.writeRecord(event(1), 2000));
+}
+
+TEST_F(EventFiles, RefuseDirectoriesThatWouldNotDoAsFormats) {
+    setenv("VEK_ROOT", (root / "100%").c_str(), 1);
+    std::string const messages = messagesOf([] { EXPECT_FALSE(EventFile(0).addRecord(event(1))); });
+    EXPECT_NE(messages.find("'%' in its path"), std::string::npos);
+    EXPECT_NE(messages.find("Failed to stat \n"), std::string::npos);
+}
+
+}  // namespace ZEB
