@@ -34,7 +34,8 @@ inline std::string wire(VEKSerializeable const& record) {
     return out.str();
 }
 inline std::string headerOf(std::string const& kind, int recordSize, int count, int version = 1) {
-    return CookieStart + kind + std::string(2, '\0') + bytesOf(static_cast<std::uint16_t>(version)) +
+    return CookieStart + kind + std::string(2, '\0') +
+           bytesOf(static_cast<std::uint16_t>(version)) +
            bytesOf(static_cast<std::uint16_t>(recordSize)) +
            bytesOf(static_cast<std::uint16_t>(count));
 }

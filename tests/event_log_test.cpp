@@ -1,0 +1,173 @@
+#include "BasicEventLog.h"
+
+#include "Fixture.h"
+
+namespace ZEB {
+
+using Range = std::pair<std::uint32_t, std::uint32_t>;
+
+class EventLogs : public Instrument {
+  protected:
+    fs::path path(int index) const {
+        return data / ("event_log-1-2-7#" + std::to_string(index) + ".vek");
+    }
+    // Nine files of so many slots.
+    void useSmallRing(int slots) {
+        makeSlotFile<EventMsg>(path(0), headerOf("EL", 62, slots),
+                               static_cast<std::uintmax_t>(18 + 62 * slots), {});
+        ASSERT_EQ(EventFile::SetUpReading(path(0).c_str(), 1, 2, 7), 1);
+    }
+    static void append(BasicEventLog& log, int first, int last) {
+        for (int time = first; time <= last; ++time) log.writeRecord(event(time));
+    }
+    static int timeAt(BasicEventLog& log, unsigned long index) {
+        EventMsg record;
+        log.GetRecord(&record, index);
+        return record.timeStamp().seconds();
+    }
+};
+
+TEST_F(EventLogs, FindTheirPlaceAgainAfterEachRecordOfThreeRounds) {
+    constexpr int R = 3;
+    constexpr int F = 9;
+    constexpr int T = F * R;
+    useSmallRing(R);
+    BasicEventLog log;
+    append(log, -5, -1);  // dropped: not enabled yet
+    log.SetEnabled(true);
+    for (int written = 1; written <= 3 * T; ++written) {
+        SCOPED_TRACE(written);
+        append(log, written, written);
+        auto const first = static_cast<unsigned>(std::max(0, written - T));
+        ASSERT_EQ(rangeOf(log), Range(first, std::min(written, T)));
+
+        BasicEventLog restarted;
+        auto const [oldest, count] = rangeOf(restarted);
+        unsigned const place = static_cast<unsigned>((written - 1) % T + 1);
+        bool const inLastFile = place > T - R;
+        ASSERT_EQ(Range(oldest, count),
+                  written <= T || inLastFile ? Range(0, place) : Range(place, T));
+        ASSERT_EQ((oldest + count) % T, place % T);
+        for (unsigned i = 0; i < count; ++i) {
+            int const time = written - static_cast<int>(count - 1 - i);
+            ASSERT_EQ(timeAt(restarted, oldest + i), time);
+            ASSERT_EQ(timeAt(restarted, oldest + i + 1000UL * T), time);
+        }
+    }
+}
+
+TEST_F(EventLogs, JudgeFilesByTheirFirstTimes) {
+    useSmallRing(3);
+    std::string const header = headerOf("EL", 62, 3);
+    auto const rangeAfter = [&](std::vector<std::vector<int>> const& times) {
+        for (int i = 0; i < 9; ++i) fs::remove(path(i));
+        for (std::size_t i = 0; i < times.size(); ++i) {
+            std::vector<std::pair<int, EventMsg>> slots;
+            for (int time : times[i]) slots.emplace_back(slots.size(), event(time));
+            if (!slots.empty()) makeSlotFile(path(static_cast<int>(i)), header, 18 + 62 * 3, slots);
+        }
+        BasicEventLog log;
+        return rangeOf(log);
+    };
+    EXPECT_EQ(rangeAfter({}), Range(0, 0));
+    EXPECT_EQ(rangeAfter({{0, 1, 2}, {7}}), Range(0, 0));  // valid, yet empty to the log
+    EXPECT_EQ(rangeAfter({{-1}, {7}}), Range(0, 0));
+    EXPECT_EQ(rangeAfter({{5, 6, 7}, {5}}), Range(0, 4));      // equal times move on
+    EXPECT_EQ(rangeAfter({{5, 6}, {4, 4, 4}}), Range(2, 27));  // wrapped
+    EXPECT_EQ(rangeAfter({{5, 6, 7}, {0, 8}, {9}}), Range(0, 3));
+    EXPECT_EQ(rangeAfter({{5, 6, 7}, {}, {9}}), Range(0, 3));  // a gap ends it
+    EXPECT_FALSE(fs::exists(path(1)));
+}
+
+TEST_F(EventLogs, MakeFilesForReadingAndClearThemAll) {
+    useSmallRing(3);
+    BasicEventLog log;
+    log.SetEnabled(true);
+    append(log, 1, 10);
+    EXPECT_EQ(log.IsCurrentFile(path(3).c_str()), 80);
+    EXPECT_EQ(log.IsCurrentFile(path(0).c_str()), 0);
+    EXPECT_EQ(timeAt(log, 26), 0);
+    EXPECT_TRUE(fs::exists(path(8)));
+
+    fs::copy(path(0), backup);
+    write(data / "event_log-1-2-8#0.vek", "");
+    log.clear();
+    EXPECT_EQ(rangeOf(log), Range(0, 0));
+    EXPECT_EQ(timeAt(log, 0), 1);  // the backup brought file 0 back
+    for (int i = 1; i < 9; ++i) EXPECT_FALSE(fs::exists(path(i)));
+    EXPECT_TRUE(fs::exists(data / "event_log-1-2-8#0.vek"));
+    append(log, 30, 30);
+    EXPECT_EQ(timeAt(log, 0), 30);  // still enabled
+}
+
+TEST_F(EventLogs, SendRunsThatEndWithTheirFile) {
+    useSmallRing(1000);
+    BasicEventLog log;
+    log.SetEnabled(true);
+    append(log, 1, 3000);
+    auto const replies = fetch(log, 990, 1000);
+    ASSERT_EQ(replies.size(), 3U);
+    int time = 991;
+    for (std::string const& reply : replies) {
+        EXPECT_EQ(reply.substr(0, 8),
+                  bytesOf(time - 1) + bytesOf(static_cast<int>(timesOf(reply, 62).size())));
+        for (int const found : timesOf(reply, 62)) EXPECT_EQ(found, time++);
+    }
+    EXPECT_EQ(time, 1991);
+    EXPECT_EQ(timesOf(replies[0], 62).size(), 10U);
+    EXPECT_EQ(timesOf(replies[1], 62).size(), 716U);
+
+    EventMsg stamped = event(2);
+    stamped.setClient(5);
+    EXPECT_EQ(fetch(log, 1, 1, 5).at(0),
+              bytesOf(1) + bytesOf(1) + bytesOf(std::uint16_t{62}) + wire(stamped));
+    EXPECT_EQ(timesOf(fetch(log, 9001, 1).at(0), 62), std::vector<int>{2});  // any cursor
+}
+
+TEST_F(EventLogs, CutRequestsToWhatTheyHold) {
+    useSmallRing(3);
+    BasicEventLog log;
+    log.SetEnabled(true);
+    append(log, 1, 30);  // holds 3 to 29
+    constexpr std::int32_t Max = INT32_MAX;
+    constexpr std::int32_t Min = INT32_MIN;
+    struct Case {
+        Var request;
+        std::uint32_t first;
+        std::uint32_t count;
+        unsigned client;
+    };
+    for (Case const& c :
+         std::vector<Case>{{request(5, 10), 5, 10, 0},
+                           {request(5, 10, "\x07"), 5, 10, 7},
+                           {request(5, 10, "\x07\x01zz"), 5, 10, 0x107},
+                           {request(0, 10), 3, 10, 0},
+                           {request(Min, Max), 3, 27, 0},
+                           {request(20, 100), 20, 10, 0},
+                           {request(29, 1), 29, 1, 0},
+                           {request(30, 1), 30, 0, 0},
+                           {request(Max, Max), Max, 0, 0},
+                           {request(5, -1), 5, 0, 0},
+                           {request(0, Min), 3, 0, 0},
+                           {request(""), 3, 0, 0},
+                           {request("\x04"), 4, 0, 0},
+                           {request("\x04" + std::string(3, '\0') + "\x02"), 4, 2, 0}}) {
+        unsigned first = 77;
+        unsigned short client = 77;
+        EXPECT_EQ(log.SetupGetLogRecordsRange(c.request, &first, &client), c.count);
+        EXPECT_EQ(first, c.first);
+        EXPECT_EQ(client, c.client);
+    }
+}
+
+TEST_F(EventLogs, OutliveARingWithoutSlots) {
+    BasicEventLog log;
+    log.SetEnabled(true);
+    write(root / "zero", headerOf("EL", 62, 0));
+    EXPECT_EQ(EventFile::SetUpReading((root / "zero").c_str(), 1, 2, 7), 0);
+    append(log, 1, 2);
+    EXPECT_EQ(timeAt(log, 5), 0);
+    EXPECT_EQ(fetch(log, 0, 2).size(), 2U);
+}
+
+}  // namespace ZEB

@@ -1,0 +1,197 @@
+#include <dirent.h>
+
+#include <regex>
+
+#include "BasicLightSourceLog.h"
+#include "Fixture.h"
+#include "util/DropCaches.h"
+
+namespace {
+int syncs = 0;
+}
+// Stands in for the system's: the library's flushes are counted, not made.
+extern "C" [[gnu::visibility("default")]] void sync() { ++syncs; }
+
+namespace ZEB {
+
+using Range = std::pair<std::uint32_t, std::uint32_t>;
+using Slots = std::vector<std::pair<int, LightSourceRecord>>;
+
+constexpr int T = 1000;
+constexpr std::uintmax_t Size = 36018;
+std::string const Header = headerOf("LS", 36, T);
+
+class LightSources : public Instrument {
+  protected:
+    void make(Slots const& slots, std::uintmax_t size = Size, std::string const& header = Header) {
+        makeSlotFile(path, header, size, slots);
+    }
+    // Slots 0 to newest as written last, the rest of an earlier round.
+    Slots wrappedAt(int newest) const {
+        Slots slots;
+        for (int i = 0; i < T; ++i)
+            slots.emplace_back(i, lamp(T - i, i <= newest ? 500 + i : i - T));
+        return slots;
+    }
+    fs::path const path = settings / "lightsource_log.vek";
+};
+
+TEST_F(LightSources, RebuildInPlaceWhatIsNotSound) {
+    auto const dropped = DropCachesCalls();
+    {
+        LightSourceFile file(0);
+        EXPECT_EQ(syncs, 1);
+        EXPECT_EQ(contents(path), Header + std::string(Size - 18, '\0'));
+        EXPECT_EQ(file.recentRecordIndex(), -1);
+        EXPECT_FALSE(file.fileFull());
+        EXPECT_TRUE(file.writeRecord(lamp(0, 5), T - 1));
+        EXPECT_FALSE(file.fileFull());
+        EXPECT_TRUE(file.writeRecord(lamp(1, 5), T - 1));
+        EXPECT_TRUE(file.fileFull());
+        EXPECT_EQ(syncs, 3);
+        EXPECT_FALSE(file.writeRecord(lamp(1, 5), T));
+        EXPECT_FALSE(file.writeRecord(lamp(1, 5), -1));
+        file.closeFd();
+        EXPECT_FALSE(file.writeRecord(lamp(1, 5), 1));
+        EXPECT_EQ(syncs, 3);
+    }
+    EXPECT_EQ(DropCachesCalls() - dropped, 3U);  // before the rebuilding, closeFd, destruction
+    make({{0, lamp(4, 4)}}, Size + 1);
+    EXPECT_EQ(LightSourceFile(0).validRecordCount(), 1);
+    for (auto const& [header, size] : std::vector<std::pair<std::string, std::uintmax_t>>{
+             {Header, Size - 1}, {headerOf("LS", 36, 100), Size}, {headerOf("EL", 36, T), Size}}) {
+        make({{0, lamp(4, 4)}}, size, header);
+        EXPECT_EQ(LightSourceFile(0).validRecordCount(), 0);
+        EXPECT_EQ(contents(path), Header + std::string(Size - 18, '\0'));
+    }
+}
+
+TEST_F(LightSources, ComeBackFromTheBackupOrThrow) {
+    makeSlotFile<LightSourceRecord>(root / "backup/settings/lightsource_log.vek", Header, Size,
+                                    {{0, lamp(4, 4)}});
+    EXPECT_EQ(LightSourceFile(0).mFirstRecord.key(), 4);
+    fs::remove_all(settings);
+    EXPECT_EQ(messagesOf([] {
+                  try {
+                      LightSourceFile file(0);
+                      FAIL();
+                  } catch (std::logic_error const& error) {
+                      EXPECT_STREQ(error.what(), "No way to create LightSorce Log File");
+                  }
+              }),
+              "");
+}
+
+TEST_F(LightSources, FindTheirPlaceByKeyAndLastSlot) {
+    auto const start = [](int index, Range range) {
+        BasicLightSourceLog log;
+        EXPECT_EQ(rangeOf(log), range);
+        EXPECT_TRUE(log.editRecord(lamp(9, 4711)));
+        EXPECT_EQ(log.getRecord(static_cast<unsigned>(index)).key(), 4711);
+    };
+    start(0, {0, 0});
+    make({{0, lamp(1, 1)}});
+    start(0, {0, 0});
+    Slots eight;
+    for (int i = 0; i < 8; ++i) eight.emplace_back(i, lamp(1, -i));  // keys do not count here
+    make(eight);
+    start(7, {0, 7});
+    make(wrappedAt(20));
+    start(20, {21, T});
+    make(wrappedAt(T - 1));
+    start(T - 1, {0, T});
+    Slots withoutFirst = wrappedAt(20);
+    withoutFirst[0].second = {};
+    make(withoutFirst);
+    start(0, {1, T});
+    Slots lastWithoutTime = wrappedAt(20);
+    lastWithoutTime[T - 1].second.setTimeStamp(TimeStamp(0));
+    make(lastWithoutTime);
+    start(20, {0, 20});  // full to the search, not to the log
+}
+
+TEST_F(LightSources, CountARecordWhenTheyMoveOn) {
+    BasicLightSourceLog log;
+    for (int i = 0; i < T; ++i) {
+        EXPECT_EQ(rangeOf(log), Range(0, i));
+        log.newRecord(lamp(i + 1, i));
+    }
+    EXPECT_EQ(rangeOf(log), Range(1, T));
+    EXPECT_EQ(log.getRecord(T + 3).key(), 3);
+    EXPECT_EQ(syncs, T + 1);
+    log.close();
+    log.newRecord(lamp(1, T));
+    EXPECT_EQ(rangeOf(log), Range(2, T));
+    {
+        BasicLightSourceLog restarted;
+        EXPECT_EQ(rangeOf(restarted), Range(0, T));  // the newest stands in the last slot
+    }
+    char text[10];
+    EXPECT_EQ(log.GetStorageDir(text, sizeof text), static_cast<int>(path.string().size()));
+    EXPECT_EQ(text, path.string().substr(0, 9));
+    EXPECT_EQ(log.GetStorageDir(nullptr, 0), static_cast<int>(path.string().size()));
+}
+
+TEST_F(LightSources, AnswerRangesAsAskedFor) {
+    make({{0, lamp(1, 1)}, {T - 1, lamp(2, 0)}});
+    BasicLightSourceLog log;
+    unsigned first = 0;
+    unsigned short client = 0;
+    EXPECT_EQ(log.SetupGetLogRecordsRange(request(-5, 50, "\x01"), &first, &client), 50U);
+    EXPECT_EQ(first, static_cast<unsigned>(-5));
+    EXPECT_EQ(client, 1);
+    EXPECT_EQ(log.SetupGetLogRecordsRange(request(0, -1), &first, &client), 0U);
+    auto const replies = fetch(log, T - 2, T + 2);
+    ASSERT_EQ(replies.size(), 2U);
+    EXPECT_EQ(timesOf(replies[0], 36), (std::vector<int>{0, 2}));
+    EXPECT_EQ(timesOf(replies[1], 36).size(), 1000U);
+    EXPECT_EQ(fetch(log, 0, 1, 3).at(0).substr(8, 6), bytesOf(std::uint16_t{36}) + bytesOf(1));
+}
+
+TEST_F(LightSources, AreArchivedByClearAndSurviveItsFailure) {
+    make(wrappedAt(20));
+    std::string const before = contents(path);
+    BasicLightSourceLog log;
+    std::string const messages = messagesOf([&] { log.Clear(); });
+    std::smatch archive;
+    std::regex const line("\\[2\\] " + path.string() + " to (" + path.string() +
+                          "-\\d{8}-\\d{6})\n");
+    ASSERT_TRUE(std::regex_match(messages, archive, line)) << messages;
+    EXPECT_EQ(contents(archive[1].str()), before);
+    EXPECT_EQ(contents(path), Header + std::string(Size - 18, '\0'));
+    EXPECT_EQ(rangeOf(log), Range(0, 0));
+
+    fs::remove_all(settings);
+    EXPECT_THROW(log.Clear(), std::logic_error);
+    EXPECT_FALSE(log.writeRecord(lamp(1, 1)));
+    EXPECT_FALSE(log.getRecord(0).isValid());
+    EXPECT_EQ(timesOf(fetch(log, 0, 2).at(0), 36), (std::vector<int>{0, 0}));
+    log.close();
+    EXPECT_THROW(log.Clear(), std::logic_error);
+    fs::create_directory(settings);
+    EXPECT_TRUE(log.writeRecord(lamp(1, 1)));
+    EXPECT_TRUE(log.getRecord(0).isValid());
+}
+
+TEST_F(LightSources, EmptyTheirDirectoryWithoutLeavingIt) {
+    BasicLightSourceLog log;
+    log.clearSDCardLog();  // nothing there
+    fs::path const stats = data / "LampStats";
+    fs::create_directories(stats / "a/b");
+    fs::create_directory(root / "elsewhere");
+    for (fs::path const& file :
+         {stats / "1", stats / "a/2", stats / "a/b/3", root / "elsewhere/4"}) {
+        write(file, "x");
+    }
+    fs::create_directory_symlink(root / "elsewhere", stats / "link");
+    log.clearSDCardLog();
+    EXPECT_TRUE(fs::is_empty(stats));
+    EXPECT_TRUE(fs::exists(root / "elsewhere/4"));
+    dirent entry{};
+    entry.d_type = DT_DIR;
+    EXPECT_TRUE(IsDir(&entry));
+    entry.d_type = DT_UNKNOWN;
+    EXPECT_FALSE(IsDir(&entry));
+}
+
+}  // namespace ZEB
