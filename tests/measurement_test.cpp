@@ -1,0 +1,367 @@
+#include <sched.h>
+#include <sys/mount.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+
+#include "BasicMeasurementLog.h"
+#include "Fixture.h"
+#include "logs/RingPosition.h"
+
+namespace ZEB {
+
+using Range = std::pair<std::int64_t, std::int64_t>;
+using Slots = std::vector<std::pair<int, MeasurementRecord>>;
+
+constexpr int R = 65000;
+constexpr int F = 400;
+constexpr int T = F * R;
+constexpr std::uintmax_t Size = 7150018;
+
+class Measurements : public Instrument {
+  protected:
+    fs::path path(int index, fs::path const& in) const {
+        return in / ("measurement_log" + std::to_string(index) + ".vek");
+    }
+    fs::path path(int index) const { return path(index, data); }
+    void make(int index, Slots const& slots, std::string const& header = headerOf("ML", 110, R)) {
+        makeSlotFile(path(index), header, Size, slots);
+    }
+    // Files of which only the slots that the search looks at are really there.
+    void makeFull(int index, int time) {
+        make(index, {{0, measurement(time)}, {R - 1, measurement(time + R - 1)}});
+    }
+    void makeUsed(int index, int time, int used, int oldTime = 0) {
+        Slots slots;
+        for (int i = 0; i < used; ++i) slots.emplace_back(i, measurement(time + i));
+        if (oldTime != 0) slots.emplace_back(R - 1, measurement(oldTime));
+        make(index, slots);
+    }
+    void point(std::string const& text) const { write(pointer, text); }
+    void removeAll() {
+        fs::remove_all(data);
+        fs::create_directory(data);
+    }
+    static Range held(BasicMeasurementLog& log) { return {log.GetFirst(), log.GetCount()}; }
+    static Range heldAtStart() {
+        BasicMeasurementLog log;
+        return held(log);
+    }
+    static void append(BasicMeasurementLog& log, int first, int last) {
+        for (int time = first; time <= last; ++time) log.writeRecord(measurement(time));
+    }
+    static int timeAt(BasicMeasurementLog& log, int index) {
+        return log.getRecord(index).timeStamp().seconds();
+    }
+    fs::path const pointer = data / "currentMeasurementLog";
+};
+
+TEST_F(Measurements, SettleTheirSettingsAndRefuseLongPaths) {
+    EXPECT_EQ(BasicMeasurementLog::getFileCount(), 5);
+    EXPECT_EQ(BasicMeasurementLog::getRecordCount(), 5000);
+    EXPECT_FALSE(MeasurementFile::FileExist(0));
+    fs::path const deep = root / std::string(64 - root.string().size(), 'd');
+    fs::create_directories(deep / "data");  // 69 characters; indices of two digits just fit
+    setenv("VEK_ROOT", (deep.string() + "/////").c_str(), 1);
+    EXPECT_EQ(MeasurementFile::getFileLocation(), deep.string() + "//////data");
+    EXPECT_EQ(BasicMeasurementLog::getRecordCount(), T);
+    std::string const format = MeasurementFile::getFileNameFormat();
+    ASSERT_EQ(format.size(), 97U);
+    EXPECT_TRUE(MeasurementFile(9999).writeRecord(measurement(1), R - 1));
+    EXPECT_EQ(messagesOf([] {
+                  MeasurementFile file(12345);
+                  EXPECT_FALSE(file.writeRecord(measurement(1), 0));
+                  EXPECT_FALSE(MeasurementFile::FileExist(12345));
+              }).substr(0, 60 + format.size()),
+              "[1] ZEB::MeasurementFile::openFd - filepath " + format + " (12345) too lon");
+}
+
+TEST_F(Measurements, AreStoredInFilesLikeEvents) {
+    MeasurementFile file(7);
+    EXPECT_EQ(file.recentRecordIndex(), -1);
+    EXPECT_TRUE(file.writeRecord(measurement(3), 1));
+    EXPECT_FALSE(file.writeRecord(measurement(3), R));
+    EXPECT_EQ(contents(path(7)), headerOf("ML", 110, R) + std::string(110, '\0') +
+                                     wire(measurement(3)) + std::string(Size - 18 - 220, '\0'));
+    make(7, {{0, measurement(4)}}, headerOf("ML", 110, 1000));
+    EXPECT_EQ(MeasurementFile(7).validRecordCount(), 0);
+    makeUsed(7, 5, 5, 2);
+    EXPECT_EQ(MeasurementFile(7).recentRecordIndex(), 4);
+}
+
+TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
+    struct Case {
+        char const* what;
+        std::string pointer;
+        std::map<int, std::function<void(int)>> files;
+        Range held;
+        std::string pointerAfter;
+    };
+    auto const full = [this](int time) { return [=](int index) { makeFull(index, time); }; };
+    auto const used = [this](int time, int number, int old = 0) {
+        return [=](int index) { makeUsed(index, time, number, old); };
+    };
+    auto const empty = used(0, 0);
+    Range const second5(0, 2 * R + 5);
+    Range const wrapped5(2 * R + 5, T);
+    for (Case const& c : std::vector<Case>{
+             {"right", "2", {{1, full(200)}, {2, used(300, 5)}}, second5, "2"},
+             {"blanks", " \n2\nx", {{1, full(200)}, {2, used(300, 5)}}, second5, " \n2\nx"},
+             {"next empty", "2", {{2, used(300, 5)}, {3, empty}}, second5, "2"},
+             {"wrapped", "2", {{2, used(300, 5, 50)}, {3, full(51)}}, wrapped5, "2"},
+             {"behind", "1", {{0, full(9)}, {1, full(200)}, {2, used(300, 5)}}, second5, "2"},
+             {"far behind", "0", {{0, full(9)}, {1, full(200)}, {2, used(300, 5)}}, second5, "2"},
+             {"behind, wrapped",
+              "0",
+              {{0, full(100)},
+               {1, full(200)},
+               {2, used(300, 5, 50)},
+               {3, full(51)},
+               {F - 1, full(90)}},
+              wrapped5,
+              "2"},
+             {"move cut", "3", {{2, full(300)}, {3, full(51)}, {4, full(60)}}, {3 * R, T}, "2"},
+             {"move cut, file new",
+              "3",
+              {{2, full(300)}, {3, empty}, {4, full(60)}},
+              {3 * R, T},
+              "2"},
+             {"move to 0 cut",
+              "0",
+              {{F - 1, full(300)}, {0, full(51)}, {1, full(60)}},
+              {T, T},
+              "399"},
+             {"a round behind",
+              "397",
+              {{397, full(60)},
+               {398, full(70)},
+               {399, full(80)},
+               {0, used(100, 5, 9)},
+               {1, full(10)}},
+              {5, T},
+              "0"},
+             {"earlier missing", "5", {{5, full(60)}, {6, used(70, 5)}}, {0, 6 * R + 5}, "6"},
+             {"earlier empty",
+              "5",
+              {{4, empty}, {5, full(60)}, {6, used(70, 5)}},
+              {0, 6 * R + 5},
+              "6"},
+             {"equal times", "5", {{5, full(60)}, {6, used(60, 5)}}, {0, 6 * R + 5}, "6"},
+             {"last", "399", {{399, used(90, 5, 20)}, {0, full(30)}}, {0, 399 * R + 5}, "399"},
+             {"beyond", "1000", {{0, full(1)}}, {0, 1000 * R}, "1000"},
+             {"far beyond", "2147483647", {}, {0, INT32_MAX}, "2147483647"},
+             {"below", "-3", {{0, full(1)}}, {0, -3 * R}, "-3"},
+             {"just below", "-1", {{0, full(1)}, {1, used(9, 5)}}, {0, R + 5}, "1"},
+             {"none", "", {{0, full(1)}, {1, full(200)}, {2, used(300, 5)}}, second5, "2"},
+             {"none, wrapped",
+              "x",
+              {{0, full(100)}, {1, full(200)}, {2, used(300, 5, 50)}, {3, full(51)}},
+              wrapped5,
+              "2"},
+             {"none, empty file 0", "", {{0, used(-9, 3)}, {1, full(200)}}, {0, 0}, ""}}) {
+        SCOPED_TRACE(c.what);
+        removeAll();
+        point(c.pointer);
+        for (auto const& [index, makeFile] : c.files) makeFile(index);
+        std::string const messages = messagesOf([&] { EXPECT_EQ(heldAtStart(), c.held); });
+        bool const unread = c.pointer.find_first_of("0123456789") == std::string::npos;
+        EXPECT_EQ(messages,
+                  unread ? "Failed to read file number from " + pointer.string() + "\n" : "");
+        EXPECT_EQ(contents(pointer), c.pointerAfter);
+    }
+}
+
+TEST_F(Measurements, StoreNothingOutsideTheRing) {
+    point("-1");
+    BasicMeasurementLog log;
+    log.SetEnabled(true);
+    append(log, 1, 2);
+    EXPECT_EQ(held(log), Range(0, 2 - R));
+    EXPECT_FALSE(fs::exists(path(0)));
+    EXPECT_FALSE(log.getRecord(-1).isValid());
+    EXPECT_EQ(contents(path(-1)), headerOf("ML", 110, R) + std::string(Size - 18, '\0'));
+}
+
+TEST_F(Measurements, KeepTheirPlaceGoingRoundTheRing) {
+    constexpr int Round = 50'000'000;
+    for (int current : {0, 1, 2, 3, 57, 199, 200, 201, 396, 397, 398, 399}) {
+        SCOPED_TRACE(current);
+        removeAll();
+        for (int i = 0; i < F; ++i) makeFull(i, i * R + (i <= current ? Round : 1));
+        point(std::to_string(current));
+        int const next = (current + 1) % F;
+        int const end = Round + (current + 1) * R;
+        int const place = (current + 1) * R;
+        {
+            BasicMeasurementLog log;
+            EXPECT_EQ(held(log), current == F - 1 ? Range(0, T) : Range(place, T));
+            log.SetEnabled(true);
+            append(log, end, end + 2);
+            EXPECT_EQ((log.GetFirst() + log.GetCount()) % T, (place + 3) % T);
+            EXPECT_EQ(timeAt(log, next * R), end);
+        }
+        EXPECT_EQ(contents(pointer), std::to_string(next));
+        Range const after = next == F - 1 ? Range(0, next * R + 3) : Range(next * R + 3, T);
+        EXPECT_EQ(heldAtStart(), after);
+        fs::remove(pointer);
+        EXPECT_EQ(heldAtStart(), after);
+        EXPECT_EQ(contents(pointer), std::to_string(next));
+    }
+}
+
+TEST_F(Measurements, AppendClearAndCloseUnderTheirSwitch) {
+    BasicMeasurementLog log;
+    append(log, 1, 1);
+    EXPECT_EQ(held(log), Range(0, 0));
+    log.SetEnabled(true);
+    append(log, 1, R);
+    EXPECT_FALSE(fs::exists(pointer));
+    EXPECT_EQ(timeAt(log, R), 0);  // made for reading, and cached
+    append(log, R + 1, R + 2);
+    EXPECT_EQ(contents(pointer), "1");
+    EXPECT_EQ(timeAt(log, R), R + 1);
+    log.close();
+    append(log, R + 3, R + 3);
+    EXPECT_EQ(held(log), Range(0, R + 3));
+    EXPECT_EQ(timeAt(log, R + 2), 0);
+    EXPECT_EQ(timeAt(log, 1), 2);  // another file is opened as ever
+    point("unrelated");
+    log.Clear();
+    EXPECT_EQ(held(log), Range(0, 0));
+    EXPECT_EQ(contents(pointer), "0");
+    EXPECT_FALSE(fs::exists(path(1)));
+    append(log, 5, 6);
+    EXPECT_EQ(heldAtStart(), Range(0, 2));
+}
+
+TEST_F(Measurements, NeverServeAStaleFirstRecord) {
+    for (int i = 0; i < F; ++i) makeFull(i, i * R + 1);
+    point(std::to_string(F - 1));
+    BasicMeasurementLog log;
+    log.SetEnabled(true);
+    EXPECT_EQ(timeAt(log, 0), 1);  // file 0 is in the cache from here on
+    log.writeRecord(measurement(T + 1));
+    log.NewCurrentFile(1, false);  // moves on without filling file 0
+    EXPECT_EQ(timeAt(log, 0), T + 1);
+}
+
+TEST_F(Measurements, AreFoundByTheirTime) {
+    BasicMeasurementLog log;
+    log.SetEnabled(true);
+    EXPECT_EQ(log.dateToIndex(5), 0);
+    for (int time : {1, 2, 2, 9, 19, 20}) log.writeRecord(measurement(time));
+    for (auto const& [date, index] : std::map<unsigned, int>{
+             {0, 0}, {1, 0}, {2, 2}, {3, 3}, {9, 3}, {10, 4}, {19, 4}, {20, 5}, {0xffffffff, 5}}) {
+        EXPECT_EQ(log.dateToIndex(date), index) << date;
+    }
+    auto const between = [&](std::string const& bytes) {
+        ByteBuf reply;
+        log.GetLogRangeDates(request(bytes), reply);
+        return std::string(reply.data(), reply.size());
+    };
+    EXPECT_EQ(between(bytesOf(3) + bytesOf(19)), bytesOf(3) + bytesOf(1));
+    EXPECT_EQ(between(bytesOf(19) + bytesOf(3)), bytesOf(3) + bytesOf(1));
+    EXPECT_EQ(between("\x13"), bytesOf(0) + bytesOf(4));
+    log.writeRecord(measurement(-1));  // unsigned, the greatest of all
+    EXPECT_EQ(log.dateToIndex(0x80000000), 6);
+    log.Clear();
+    append(log, 4, 4);
+    append(log, 4, 4);
+    EXPECT_EQ(log.dateToIndex(18), 0);
+}
+
+TEST_F(Measurements, AreSentInRunsOfOneFile) {
+    makeFull(0, 1);
+    makeUsed(1, R + 1, 500);
+    point("1");
+    BasicMeasurementLog log;
+    unsigned first = 0;
+    unsigned short client = 0;
+    EXPECT_EQ(log.SetupGetLogRecordsRange(request(R - 1, 1000, "\x02"), &first, &client), 501U);
+    auto const replies = fetch(log, first, 501);
+    ASSERT_EQ(replies.size(), 3U);
+    EXPECT_EQ(timesOf(replies[0], 110), std::vector<int>{R});
+    EXPECT_EQ(timesOf(replies[1], 110).size(), 417U);
+    EXPECT_EQ(timesOf(replies[2], 110).back(), R + 500);
+    unsigned none = 0;
+    ByteBuf untouched;
+    log.GetLogRecords(&first, &none, 0, untouched);
+    EXPECT_EQ(untouched.size(), 0U);
+    EXPECT_EQ(rangeOf(log), std::pair(0U, R + 500U));  // the lock is free
+}
+
+TEST_F(Measurements, AreExportedWithBothEnds) {
+    makeUsed(0, 0, 0);
+    fs::path const out = root / "export";
+    auto const exported = [&](BasicMeasurementLog& log, long from, long to) {
+        EXPECT_TRUE(log.SaveToFile(out.c_str(), from, to));
+        return contents(out);
+    };
+    std::string const header = "Date\tTime\tMethod\tChannel\tValues\n";
+    auto const line = [](std::string const& seconds) {
+        return "1970-01-01\t00:00:" + seconds + ".000000\t1\t0\t\n";
+    };
+    BasicMeasurementLog log;
+    EXPECT_EQ(exported(log, 0, 100), header);
+    log.SetEnabled(true);
+    for (int time : {10, 20, 30, 40}) log.writeRecord(measurement(time));
+    EXPECT_EQ(exported(log, 15, 25), header + line("20") + line("30"));
+    EXPECT_EQ(exported(log, 25, 15), header + line("20") + line("30"));
+    EXPECT_EQ(exported(log, 40, 99), header + line("40"));
+    EXPECT_EQ(exported(log, 0x100000019, 20), header + line("20") + line("30"));  // low 32 bits
+    EXPECT_EQ(exported(log, -1, 15), header);  // ends before it begins
+    EXPECT_EQ(messagesOf([&] { EXPECT_FALSE(log.SaveToFile(root.c_str(), 0, 1)); }),
+              "[2] BasicMeasurementLog::SaveToFile - failed to open " + root.string() + "\n");
+
+    for (int i = 0; i < F; ++i) makeFull(i, i * R + 1);
+    point(std::to_string(F - 1));
+    BasicMeasurementLog full;
+    full.SetEnabled(true);
+    append(full, T + 1, T + 2);
+    std::string const text = exported(full, T, T + 2);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 4);
+}
+
+TEST_F(Measurements, ComeBackFromTheBackupOverLiveFiles) {
+    if (unshare(CLONE_NEWNS) != 0 ||
+        mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("none", "/mnt", "tmpfs", 0, nullptr) != 0) {
+        GTEST_SKIP() << "no private mount namespace here";
+    }
+    fs::path const saved = "/mnt/sysdata/veklogs";
+    fs::create_directories(saved);
+    makeUsed(0, 50, 3);
+    makeUsed(3, 60, 4);
+    fs::copy(path(3), saved);
+    fs::remove(path(3));
+    write(saved / "measurement_log3.vek.old", "");
+    write(saved / "measurement_log0.vek.old", "");  // names a file that is not there
+    write(saved / "notes", "");
+    EXPECT_EQ(heldAtStart(), Range(0, 3));  // without a pointer there is no backup
+    fs::remove(pointer);
+    write(saved / "currentMeasurementLog", "3");
+    EXPECT_EQ(messagesOf([] { EXPECT_EQ(heldAtStart(), Range(0, 3 * R + 4)); }),
+              path(0, saved).string() + ": No such file or directory\n");
+    EXPECT_EQ(contents(pointer), "3");
+    EXPECT_EQ(fs::file_size(path(0)), 0U);
+    EXPECT_FALSE(fs::exists(data / "notes"));
+}
+
+TEST(RecordIndices, StayBelowTheirLimitAtTheSamePlace) {
+    Ring const ring{3, 1000};
+    HeldRange held{INT32_MAX - 3001, 3000};
+    for (int i = 0; i < 5000; ++i) {
+        auto const place = static_cast<std::uint64_t>(held.end());
+        RingPosition const before = ringPosition(place, ring);
+        held.keepBelowLimit(ring);
+        RingPosition const after = ringPosition(static_cast<std::uint64_t>(held.end()), ring);
+        ASSERT_EQ(before.file * 1000 + before.slot, after.file * 1000 + after.slot);
+        held.addOne(ring);
+        ASSERT_LE(held.end(), INT32_MAX);
+        ASSERT_EQ(held.count, 3000);
+    }
+    EXPECT_EQ(ringPosition(~std::uint64_t{0}, ring).slot, 615);
+}
+
+}  // namespace ZEB
