@@ -14,7 +14,7 @@ class EventLogs : public Instrument {
     // Nine files of so many slots.
     void useSmallRing(int slots) {
         makeSlotFile<EventMsg>(path(0), headerOf("EL", 62, slots),
-                               static_cast<std::uintmax_t>(18 + 62 * slots), {});
+                               18U + 62U * static_cast<unsigned>(slots), {});
         ASSERT_EQ(EventFile::SetUpReading(path(0).c_str(), 1, 2, 7), 1);
     }
     static void append(BasicEventLog& log, int first, int last) {
