@@ -1,0 +1,12 @@
+#pragma once
+
+namespace ZEB::demo {
+
+// Each lives its log's share of a day in several runs of the instrument, prints
+// what it sees and ends the process with 1 when a record is missing or wrong.
+
+void events(char const* inputPath, char const* repliesPath);
+void lamps();
+void measurements(char const* exportPath);
+
+}  // namespace ZEB::demo

@@ -1,0 +1,35 @@
+"""Compares the replies that the demo fetched with its input, parsed anew and
+without the library. Usage: check_events.py INPUT REPLIES"""
+import calendar
+import struct
+import sys
+import time
+
+SIZE = 62
+expected = []
+for line in open(sys.argv[1], encoding="utf-8", errors="surrogateescape"):
+    moment = time.strptime(line[:19], "%Y-%m-%d %H:%M:%S")
+    text = line.rstrip("\n")[20:].encode("utf-8", "surrogateescape")[:30]
+    expected.append((calendar.timegm(moment), text))
+
+replies = open(sys.argv[2], "rb").read()
+found = []
+at = 0
+while at < len(replies):
+    first, count = struct.unpack_from("<II", replies, at)
+    at += 8
+    if first != len(found):
+        sys.exit(f"a reply starts at index {first} instead of {len(found)}")
+    for _ in range(count):
+        seconds, = struct.unpack_from("<i", replies, at)
+        found.append((seconds, replies[at + 32:at + SIZE].rstrip(b"\0")))
+        at += SIZE
+
+wrong = [i for i, pair in enumerate(zip(expected, found)) if pair[0] != pair[1]]
+print(f"  {'':12}{'input':>12}{'log':>12}")
+print(f"  {'events':12}{len(expected):>12}{len(found):>12}")
+print(f"  {'oldest':12}{expected[0][0]:>12}{found[0][0]:>12}")
+print(f"  {'newest':12}{expected[-1][0]:>12}{found[-1][0]:>12}")
+print(f"  {'differing':12}{'':>12}{len(wrong):>12}")
+if wrong or len(expected) != len(found):
+    sys.exit("the log does not hold what was written")
