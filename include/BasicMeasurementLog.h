@@ -45,8 +45,8 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     // Appends one record: one write of 110 bytes, not flushed; a new file first,
     // where one begins. Drops it while writing is off.
     void writeRecord(MeasurementRecord const& record);
-    // Removes every measurement file and starts again at file 0. Paths over 199
-    // characters are cut.
+    // Removes the ring's files and starts again at file 0. Paths over 199 characters
+    // are cut.
     void Clear();
     // Closes the open files. Writing goes on counting; a move to another file
     // opens that.
@@ -92,7 +92,8 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     // Writes the pointer and, unless pointerOnly, opens that file as the current
     // one. A pointer that can't be written is reported, and the log goes on.
     void NewCurrentFile(int fileIndex, bool pointerOnly);
-    // Copies the backup's files over the live ones and gives its pointer.
+    // Copies the backup's files over the live ones and gives its pointer. A backup
+    // entry such as "measurement_log3.vek.old" counts as file 3.
     bool RestoreFromBackup(int* fileIndex);
     // Empties or makes to, then fills it from from. Short writes are not noticed.
     bool CopyLog(char const* from, char const* to);
@@ -100,6 +101,7 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
   private:
     void findPlaceByPointer();
     void findPlaceByFiles();
+    void makeCurrent(int fileIndex);
     bool isCurrent(int fileIndex) const;
     void adopt(HeldRange const& held);
 

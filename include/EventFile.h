@@ -60,7 +60,7 @@ class [[gnu::visibility("default")]] EventFile {
     EventFile(EventFile const&) = delete;
     EventFile& operator=(EventFile const&) = delete;
 
-    // Opens the file again, or makes it; false leaves the object closed. An open
+    // Opens the file, or makes it; false leaves the object closed. An open
     // descriptor is closed first.
     bool openFd();
     // Replaces the file at path by a new empty one and opens that.

@@ -42,7 +42,7 @@ class [[gnu::visibility("default")]] LightSourceFile {
     LightSourceFile(LightSourceFile const&) = delete;
     LightSourceFile& operator=(LightSourceFile const&) = delete;
 
-    // Opens the file again, or rebuilds it; false leaves the object closed. An
+    // Opens the file, or rebuilds it; false leaves the object closed. An
     // open descriptor is closed first.
     bool openFd();
     // Rebuilds the file at path, empty, and keeps it open.

@@ -47,7 +47,7 @@ class [[gnu::visibility("default")]] MeasurementFile {
     MeasurementFile(MeasurementFile const&) = delete;
     MeasurementFile& operator=(MeasurementFile const&) = delete;
 
-    // Opens the file again, or makes it; false leaves the object closed. An open
+    // Opens the file, or makes it; false leaves the object closed. An open
     // descriptor is closed first.
     bool openFd();
     // Replaces the file at path by a new empty one and opens that.

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 
 namespace ZEB {
@@ -22,9 +23,11 @@ std::string hiddenPath(std::string const& path, std::string const& directory,
 bool makeFile(char const* path, std::int64_t size) {
     int const fd = open(path, O_RDWR | O_CREAT | O_EXCL, 0600);
     if (fd == -1) return false;
-    bool const allocated = posix_fallocate(fd, 0, size) == 0;
+    int const failure = posix_fallocate(fd, 0, size);
     close(fd);
-    return allocated;
+    if (failure != 0) unlink(path);
+    errno = failure;
+    return failure == 0;
 }
 
 }  // namespace
@@ -34,8 +37,11 @@ FileCreator::FileCreator(char const* name, char const* directory, std::int64_t f
 
 bool FileCreator::GetNewFile(char const* path) {
     std::string const hidden = hiddenPath(path, mDirectory, mName);
-    if (makeFile(hidden.c_str(), mFileSize) && std::rename(hidden.c_str(), path) == 0) return true;
+    if (!makeFile(hidden.c_str(), mFileSize)) return false;
+    if (std::rename(hidden.c_str(), path) == 0) return true;
+    int const failure = errno;
     unlink(hidden.c_str());
+    errno = failure;
     return false;
 }
 

@@ -18,29 +18,28 @@ char const* root() {
     return set != nullptr && *set != '\0' ? set : "./vek";
 }
 
-bool resolve(char const* directory, char const* name, char* buffer, std::size_t size) {
-    char const* const separator = *name == '\0' ? "" : "/";
-    int const length = std::snprintf(buffer, size, "%s/%s%s%s", root(), directory, separator, name);
+void resolve(char const* directory, char const* name, char* buffer, std::size_t size) {
+    char const* const format = *name == '\0' ? "%s/%s" : "%s/%s/%s";
+    int const length = std::snprintf(buffer, size, format, root(), directory, name);
     bool const fits = length >= 0 && static_cast<std::size_t>(length) < size;
-    if (fits && std::strchr(root(), '%') == nullptr) return true;
-    if (size > 0) *buffer = '\0';
+    if (fits && std::strchr(root(), '%') == nullptr) return;
     VEKLogMsg(1, "Directory %s/%s is not usable: %s", root(), directory,
               fits ? "a '%' in its path" : "path too long");
-    return false;
+    std::snprintf(buffer, size, format, "/dev/null", directory, name);
 }
 
 }  // namespace
 
-bool VEKDataFile(char const* name, char* buffer, std::size_t size) {
-    return resolve("data", name, buffer, size);
+void VEKDataFile(char const* name, char* buffer, std::size_t size) {
+    resolve("data", name, buffer, size);
 }
 
-bool VEKBackupDataFile(char const* name, char* buffer, std::size_t size) {
-    return resolve("backup/data", name, buffer, size);
+void VEKBackupDataFile(char const* name, char* buffer, std::size_t size) {
+    resolve("backup/data", name, buffer, size);
 }
 
-bool VEKSettingsFile(char const* name, char* buffer, std::size_t size) {
-    return resolve("settings", name, buffer, size);
+void VEKSettingsFile(char const* name, char* buffer, std::size_t size) {
+    resolve("settings", name, buffer, size);
 }
 
 int SettingsFileExist(char const* name, unsigned short* /*recordCount*/,

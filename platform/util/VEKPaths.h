@@ -10,11 +10,11 @@ namespace ZEB {
 //
 // Each writes the full path of name into buffer, the directory itself for an
 // empty name; conversions in name are kept, since some paths serve as formats.
-// A path that does not fit, or a root with a '%' in it, gives an empty text, a
-// message at level 1 and false.
-bool VEKDataFile(char const* name, char* buffer, std::size_t size);
-bool VEKBackupDataFile(char const* name, char* buffer, std::size_t size);
-bool VEKSettingsFile(char const* name, char* buffer, std::size_t size);
+// A path that does not fit, or a root with a '%' in it, gives a path below
+// /dev/null, where nothing can be opened or made, and a message at level 1.
+void VEKDataFile(char const* name, char* buffer, std::size_t size);
+void VEKBackupDataFile(char const* name, char* buffer, std::size_t size);
+void VEKSettingsFile(char const* name, char* buffer, std::size_t size);
 
 // Returns 0 when the settings directory has no file of that name. The
 // instrument's own library also checks the record count, by default standard.

@@ -13,16 +13,9 @@ using Ops = SlotFileOps<LightSourceFile>;
 // The other differences from the event file: opened with create, rebuilt in
 // place (cleanFile), one fixed path, DropCaches() on every close, and a
 // constructor that throws and prints nothing.
-struct LightSourceFile::Traits {
+struct LightSourceFile::Traits : UnlockedTraits<LightSourceFile> {
     using Record = LightSourceRecord;
-    struct NoLock {};
-    static NoLock lock(LightSourceFile&) { return {}; }
     static std::int32_t key(LightSourceRecord const& record) { return record.key(); }
-    static bool withoutLength(LightSourceFile& file, char const*) {
-        file.closeFd();
-        return false;
-    }
-    static void transferred(LightSourceFile&, std::int64_t) {}
     static void written(LightSourceFile&) { sync(); }
 };
 

@@ -12,18 +12,11 @@ using Ops = SlotFileOps<MeasurementFile>;
 
 // The other differences from the event file: paths of 99 characters at most,
 // made where they are needed, and no restoring from a backup.
-struct MeasurementFile::Traits {
+struct MeasurementFile::Traits : UnlockedTraits<MeasurementFile> {
     using Record = MeasurementRecord;
-    struct NoLock {};
-    static NoLock lock(MeasurementFile&) { return {}; }
     static std::int32_t key(MeasurementRecord const& record) {
         return record.timeStamp().seconds();
     }
-    static bool withoutLength(MeasurementFile& file, char const*) {
-        file.closeFd();
-        return false;
-    }
-    static void transferred(MeasurementFile&, std::int64_t) {}
     static void written(MeasurementFile&) {}
 };
 

@@ -15,6 +15,18 @@
 
 namespace ZEB {
 
+// What the traits of the two classes without a lock have in common.
+template <class File>
+struct UnlockedTraits {
+    struct NoLock {};
+    static NoLock lock(File&) { return {}; }
+    static bool withoutLength(File& file, char const*) {
+        file.closeFd();
+        return false;
+    }
+    static void transferred(File&, std::int64_t) {}
+};
+
 // What the three file classes have in common and what depends on their record.
 // A class gives its differences in File::Traits:
 //   Record             the record class

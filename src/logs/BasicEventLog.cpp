@@ -52,7 +52,7 @@ void BasicEventLog::clear() {
     mCurrentFile.reset();
     for (int i = 0; i < getFileCount(); ++i) {
         char path[100];
-        static_cast<void>(formatPath(path, EventFile::getFileNameFormat(), 1, 2, 7, i));
+        formatPath(path, EventFile::getFileNameFormat(), 1, 2, 7, i);
         std::remove(path);
     }
     mCurrentFile = std::make_shared<EventFile>(0);
@@ -69,10 +69,7 @@ void BasicEventLog::GetLogRange(ByteBuf& reply) {
 
 unsigned int BasicEventLog::SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                                     unsigned short* client) {
-    RangeRequest const wanted = clampedTo({mFirst, mCount}, readRangeRequest(request));
-    *first = static_cast<unsigned int>(wanted.first);
-    *client = wanted.client;
-    return wantedCount(wanted);
+    return giveOut(clampedTo({mFirst, mCount}, readRangeRequest(request)), first, client);
 }
 
 void BasicEventLog::GetLogRecords(unsigned int* first, unsigned int* count, unsigned short client,

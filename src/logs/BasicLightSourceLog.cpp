@@ -122,7 +122,8 @@ void BasicLightSourceLog::Clear() {
 
 void BasicLightSourceLog::clearSDCardLog() {
     char path[PathSize];
-    if (VEKDataFile(LampStatisticsName, path, sizeof path)) RemoveDIRFiles(path);
+    VEKDataFile(LampStatisticsName, path, sizeof path);
+    RemoveDIRFiles(path);
 }
 
 void BasicLightSourceLog::close() {
@@ -131,16 +132,13 @@ void BasicLightSourceLog::close() {
 
 void BasicLightSourceLog::GetLogRange(ByteBuf& reply) {
     ByteStream out(&reply);
-    auto const capacity = static_cast<unsigned int>(getRecordCount());
-    writeRange(out, mCount == capacity ? (mCurrentIndex + 1) % capacity : 0, mCount);
+    bool const full = mCount == static_cast<unsigned int>(getRecordCount());
+    writeRange(out, full ? static_cast<std::uint32_t>(slotOf(mCurrentIndex + 1)) : 0, mCount);
 }
 
 unsigned int BasicLightSourceLog::SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                                           unsigned short* client) {
-    RangeRequest const wanted = readRangeRequest(request);
-    *first = static_cast<unsigned int>(wanted.first);
-    *client = wanted.client;
-    return wantedCount(wanted);
+    return giveOut(readRangeRequest(request), first, client);
 }
 
 void BasicLightSourceLog::GetLogRecords(unsigned int* first, unsigned int* count,

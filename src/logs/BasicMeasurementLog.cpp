@@ -61,19 +61,27 @@ void writeLine(std::FILE* out, MeasurementRecord& record) {
                  record.GetTimeText(time, sizeof time), record.asText().c_str());
 }
 
-// The pointer named a file whose successor is not older, so it is wrong: moves
+// Whether the file before the one pointed to is newer than it and the file behind
+// it, as when the move was cut short before the first record of this round.
+std::shared_ptr<MeasurementFile> fileBeforeCutMove(MeasurementFile const& pointed,
+                                                   std::int32_t timeBehind) {
+    if (pointed.mFileIndex < 0) return nullptr;
+    int const before =
+        (pointed.mFileIndex == 0 ? BasicMeasurementLog::getFileCount() : pointed.mFileIndex) - 1;
+    if (!MeasurementFile::FileExist(before)) return nullptr;
+    auto file = std::make_shared<MeasurementFile>(before);
+    bool const newer = firstTime(*file) > firstTime(pointed) && firstTime(*file) > timeBehind;
+    return newer ? file : nullptr;
+}
+
+// The pointer names a file whose successor is not older, so the two disagree: moves
 // current to the file being written.
-Seam correctPointer(std::shared_ptr<MeasurementFile>& current) {
-    int const files = BasicMeasurementLog::getFileCount();
-    int const before = current->mFileIndex == 0 ? files - 1 : current->mFileIndex - 1;
-    if (current->mFileIndex >= 0 && MeasurementFile::FileExist(before)) {
-        auto previous = std::make_shared<MeasurementFile>(before);
-        if (!isEmpty(*previous) && firstTime(*previous) > firstTime(*current)) {
-            // The move was cut short before the first record of this round.
-            current = std::move(previous);
-            return Seam::Older;
-        }
+Seam settleByFiles(std::shared_ptr<MeasurementFile>& current, std::int32_t timeBehind) {
+    if (auto before = fileBeforeCutMove(*current, timeBehind)) {
+        current = std::move(before);
+        return Seam::Older;
     }
+    int const files = BasicMeasurementLog::getFileCount();
     Seam const seam = walk(current, files);
     if (seam != Seam::LastFile || !MeasurementFile::FileExist(0)) return seam;
     auto start = std::make_shared<MeasurementFile>(0);
@@ -103,9 +111,10 @@ int BasicMeasurementLog::getRecordCount() { return ring().capacity(); }
 void BasicMeasurementLog::findPlaceByPointer() {
     std::shared_ptr<MeasurementFile> next;
     Seam seam = seamBehind(*mCurrentFile, next);
-    next.reset();
     if (seam == Seam::Newer) {
-        seam = correctPointer(mCurrentFile);
+        std::int32_t const timeBehind = firstTime(*next);
+        next.reset();
+        seam = settleByFiles(mCurrentFile, timeBehind);
         adopt(heldAt(*mCurrentFile, seam, ring()));
         NewCurrentFile(mCurrentFile->mFileIndex, true);
         return;
@@ -127,10 +136,10 @@ void BasicMeasurementLog::findPlaceByFiles() {
 
 bool BasicMeasurementLog::OpenCurrentFile() {
     char path[1000];
-    static_cast<void>(formatPath(path, PointerPathFormat, MeasurementFile::getFileLocation()));
+    formatPath(path, PointerPathFormat, MeasurementFile::getFileLocation());
     int fileIndex = 0;
     if (readPointer(path, &fileIndex)) {
-        mCurrentFile = std::make_shared<MeasurementFile>(fileIndex);
+        makeCurrent(fileIndex);
         return true;
     }
     if (RestoreFromBackup(&fileIndex)) {
@@ -144,7 +153,7 @@ bool BasicMeasurementLog::OpenCurrentFile() {
 bool BasicMeasurementLog::RestoreFromBackup(int* fileIndex) {
     char from[1000];
     char to[1000];
-    static_cast<void>(formatPath(from, PointerPathFormat, MeasurementBackupDirectory));
+    formatPath(from, PointerPathFormat, MeasurementBackupDirectory);
     if (!readPointer(from, fileIndex)) return false;
     DIR* const listing = opendir(MeasurementBackupDirectory);
     if (listing == nullptr) {
@@ -154,10 +163,8 @@ bool BasicMeasurementLog::RestoreFromBackup(int* fileIndex) {
     while (dirent const* const entry = readdir(listing)) {
         int index = 0;
         if (std::sscanf(entry->d_name, MeasurementNameFormat, &index) != 1) continue;
-        static_cast<void>(
-            formatPath(from, MeasurementPathFormat, MeasurementBackupDirectory, index));
-        static_cast<void>(
-            formatPath(to, MeasurementPathFormat, MeasurementFile::getFileLocation(), index));
+        formatPath(from, MeasurementPathFormat, MeasurementBackupDirectory, index);
+        formatPath(to, MeasurementPathFormat, MeasurementFile::getFileLocation(), index);
         CopyLog(from, to);
     }
     closedir(listing);
@@ -169,6 +176,10 @@ bool BasicMeasurementLog::CopyLog(char const* from, char const* to) { return cop
 void BasicMeasurementLog::NewCurrentFile(int fileIndex, bool pointerOnly) {
     writePointer(fileIndex);
     if (pointerOnly) return;
+    makeCurrent(fileIndex);
+}
+
+void BasicMeasurementLog::makeCurrent(int fileIndex) {
     mCurrentFile = std::make_shared<MeasurementFile>(fileIndex);
     // Its copy of slot 0 would be stale once the new object has written there.
     if (mReadFile && mReadFile->mFileIndex == fileIndex) mReadFile.reset();
@@ -200,7 +211,7 @@ void BasicMeasurementLog::Clear() {
     mReadFile.reset();
     for (int i = 0; i < getFileCount(); ++i) {
         char path[200];
-        static_cast<void>(formatPath(path, MeasurementFile::getFileNameFormat(), i));
+        formatPath(path, MeasurementFile::getFileNameFormat(), i);
         std::remove(path);
     }
     NewCurrentFile(0, false);
@@ -247,7 +258,7 @@ int BasicMeasurementLog::dateToIndex(unsigned int date) {
         std::uint32_t const highTime = timeOf(high);
         if (lowTime >= date || lowTime == highTime) return low;
         if (highTime <= date) return high;
-        int const middle = static_cast<int>((std::int64_t{low} + high) / 2);
+        int const middle = static_cast<int>(low + (std::int64_t{high} - low) / 2);
         if (date <= timeOf(middle)) {
             high = middle;
         } else {
@@ -275,10 +286,7 @@ void BasicMeasurementLog::GetLogRangeDates(Var const& request, ByteBuf& reply) {
 unsigned int BasicMeasurementLog::SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                                           unsigned short* client) {
     Lock const lock(mMutex);
-    RangeRequest const wanted = clampedTo({mFirst, mCount}, readRangeRequest(request));
-    *first = static_cast<unsigned int>(wanted.first);
-    *client = wanted.client;
-    return wantedCount(wanted);
+    return giveOut(clampedTo({mFirst, mCount}, readRangeRequest(request)), first, client);
 }
 
 void BasicMeasurementLog::GetLogRecords(unsigned int* first, unsigned int* count,
@@ -307,9 +315,9 @@ bool BasicMeasurementLog::SaveToFile(char const* path, long from, long to) {
 
     Lock const lock(mMutex);
     if (from > to) std::swap(from, to);
-    int index = dateToIndex(static_cast<unsigned int>(from));
+    std::int64_t index = std::max(dateToIndex(static_cast<unsigned int>(from)), 0);
     int const last = dateToIndex(static_cast<unsigned int>(to));
-    std::int64_t left = mCount > 0 ? std::int64_t{last} - index + 1 : 0;
+    std::int64_t left = mCount > 0 ? last - index + 1 : 0;
     while (left > 0) {
         RingPosition const at = ringPosition(static_cast<std::uint64_t>(index), ring());
         auto const length =

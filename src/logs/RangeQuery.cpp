@@ -40,6 +40,12 @@ RangeRequest clampedTo(HeldRange held, RangeRequest request) {
     return request;
 }
 
+unsigned int giveOut(RangeRequest const& request, unsigned int* first, unsigned short* client) {
+    *first = static_cast<unsigned int>(request.first);
+    *client = request.client;
+    return static_cast<unsigned int>(std::max(request.count, 0));
+}
+
 DateRange readDateRange(Var const& request) {
     ByteBuf bytes = request.toByteBufType();
     ByteStream in(&bytes);

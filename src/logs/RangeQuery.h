@@ -22,10 +22,9 @@ RangeRequest readRangeRequest(Var const& request);
 // Cut to the indices that a log holds; nothing wanted behind them.
 RangeRequest clampedTo(HeldRange held, RangeRequest request);
 
-// A negative count wants nothing: callers loop until their count is 0.
-inline std::uint32_t wantedCount(RangeRequest const& request) {
-    return request.count > 0 ? static_cast<std::uint32_t>(request.count) : 0;
-}
+// Stores first and client for the caller and returns the count. A negative count
+// wants nothing: callers loop until their count is 0.
+unsigned int giveOut(RangeRequest const& request, unsigned int* first, unsigned short* client);
 
 struct DateRange {
     std::uint32_t earlier = 0;
