@@ -18,7 +18,6 @@ struct EventFile::Traits {
     static std::lock_guard<Mutex> lock(EventFile& file) {
         return std::lock_guard<Mutex>(file.mMutex);
     }
-    static std::int32_t key(EventMsg const& record) { return record.timeStamp().seconds(); }
     static bool withoutLength(EventFile& file, char const* path) { return file.cleanFile(path); }
     static void transferred(EventFile& file, std::int64_t end) { file.mOffset = end; }
     static void written(EventFile&) {}
@@ -84,7 +83,7 @@ int EventFile::SetUpReading(char const* path, int major, int minor, int fix) {
         std::fprintf(stderr, "FAILED to read header information from %s\n", path);
         return 0;
     }
-    sLargeStorage = sRecordCount > 2000;
+    sLargeStorage = sRecordCount > SmallStorageSlots;
     if (!sameFamily(found, Ops::header()) || sRecordCount == 0) {
         std::fprintf(stderr, "Header information of EventFile does not match\n");
         return 0;

@@ -15,7 +15,6 @@ using Ops = SlotFileOps<LightSourceFile>;
 // constructor that throws and prints nothing.
 struct LightSourceFile::Traits : UnlockedTraits<LightSourceFile> {
     using Record = LightSourceRecord;
-    static std::int32_t key(LightSourceRecord const& record) { return record.key(); }
     static void written(LightSourceFile&) { sync(); }
 };
 

@@ -14,9 +14,6 @@ using Ops = SlotFileOps<MeasurementFile>;
 // made where they are needed, and no restoring from a backup.
 struct MeasurementFile::Traits : UnlockedTraits<MeasurementFile> {
     using Record = MeasurementRecord;
-    static std::int32_t key(MeasurementRecord const& record) {
-        return record.timeStamp().seconds();
-    }
     static void written(MeasurementFile&) {}
 };
 

@@ -9,6 +9,7 @@
 #include <new>
 #include <vector>
 
+#include "files/RecordKey.h"
 #include "files/SlotIo.h"
 #include "util/DropCaches.h"
 #include "util/VEKLog.h"
@@ -31,7 +32,6 @@ struct UnlockedTraits {
 // A class gives its differences in File::Traits:
 //   Record             the record class
 //   lock(file)         a guard to hold around each use of the descriptor
-//   key(record)        what orders records; a greater key is newer
 //   withoutLength(f,p) the opening's result when the end of the file at p can't be sought
 //   transferred(f,end) a read or write ended at this offset
 //   written(file)      a slot was written whole
@@ -114,17 +114,19 @@ struct SlotFileOps {
         file.mRecentRecord = Record();
     }
 
+    static void scan(File& file) { scan(file, File::sRecordCount); }
+
     // The records lie in slot order, and in a full file the slots before the seam
     // are newer than those behind it: the last slot tells which of the two it is,
     // and a bisection finds where the used, or the newer, run ends.
-    static void scan(File& file) {
+    static void scan(File& file, int slots) {
         if (file.mValidRecordCount != 1) return;
-        int const last = File::sRecordCount - 1;
+        int const last = slots - 1;
         Record const lastRecord = file.readRecord(last);
         bool const full = lastRecord.isValid();
         if (full) {
-            file.mValidRecordCount = File::sRecordCount;
-            if (Traits::key(lastRecord) >= Traits::key(file.mFirstRecord)) {
+            file.mValidRecordCount = slots;
+            if (recordKey(lastRecord) >= recordKey(file.mFirstRecord)) {
                 setNewest(file, lastRecord, last);
                 return;
             }
@@ -134,7 +136,7 @@ struct SlotFileOps {
             int const middle = low + (high - low) / 2;
             Record const record = file.readRecord(middle);
             bool const inRun =
-                full ? Traits::key(record) >= Traits::key(file.mRecentRecord) : record.isValid();
+                full ? recordKey(record) >= recordKey(file.mRecentRecord) : record.isValid();
             if (inRun) {
                 low = middle;
                 setNewest(file, record, middle);

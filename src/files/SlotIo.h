@@ -17,6 +17,9 @@ struct FileHeader {
 constexpr std::size_t HeaderSize = 18;
 static_assert(sizeof(FileHeader) == HeaderSize);
 
+// A file with more slots belongs to an instrument with large storage.
+constexpr int SmallStorageSlots = 2000;
+
 enum class HeaderCheck { Accepted, Rejected, NoLength };
 
 // The cookie as a zero-terminated text, then version and record size.
