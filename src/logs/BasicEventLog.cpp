@@ -15,7 +15,7 @@ Ring ring() { return {BasicEventLog::getFileCount(), EventFile::getRecordCount()
 
 BasicEventLog::BasicEventLog() : mCurrentFile(std::make_shared<EventFile>(0)) {
     if (isEmpty(*mCurrentFile)) return;
-    Seam const seam = walk(mCurrentFile, getFileCount());
+    Seam const seam = walk(mCurrentFile, getFileCount(), openExisting<EventFile>);
     HeldRange const held = heldAt(*mCurrentFile, seam, ring());
     mFirst = held.first;
     mCount = held.count;
@@ -23,7 +23,9 @@ BasicEventLog::BasicEventLog() : mCurrentFile(std::make_shared<EventFile>(0)) {
 
 BasicEventLog::~BasicEventLog() = default;
 
-int BasicEventLog::getFileCount() { return EventFile::hasLargeStorage() ? 200 : 9; }
+int BasicEventLog::getFileCount() {
+    return EventFile::hasLargeStorage() ? EventFiles : SmallEventFiles;
+}
 
 int BasicEventLog::getRecordCount() { return ring().capacity(); }
 

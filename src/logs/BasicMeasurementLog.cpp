@@ -13,6 +13,8 @@
 #include "files/CopyFile.h"
 #include "files/FileNames.h"
 #include "files/SlotIo.h"
+#include "logs/DateSearch.h"
+#include "logs/ExportText.h"
 #include "logs/RecordRun.h"
 #include "logs/RingPosition.h"
 #include "logs/StartUpWalk.h"
@@ -23,7 +25,6 @@ namespace ZEB {
 namespace {
 
 constexpr std::uint32_t MaxRunLength = 417;
-constexpr unsigned short ExportClient = 110;
 
 using Lock = std::lock_guard<Mutex>;
 
@@ -53,43 +54,6 @@ void writePointer(int fileIndex) {
     if (!written) std::perror(path);
 }
 
-void writeLine(std::FILE* out, MeasurementRecord& record) {
-    char date[100];
-    char time[100];
-    record.setClient(ExportClient);
-    std::fprintf(out, "%s\t%s\t%s\n", record.GetDateText(date, sizeof date),
-                 record.GetTimeText(time, sizeof time), record.asText().c_str());
-}
-
-// Whether the file before the one pointed to is newer than it and the file behind
-// it, as when the move was cut short before the first record of this round.
-std::shared_ptr<MeasurementFile> fileBeforeCutMove(MeasurementFile const& pointed,
-                                                   std::int32_t timeBehind) {
-    if (pointed.mFileIndex < 0) return nullptr;
-    int const before =
-        (pointed.mFileIndex == 0 ? BasicMeasurementLog::getFileCount() : pointed.mFileIndex) - 1;
-    if (!MeasurementFile::FileExist(before)) return nullptr;
-    auto file = std::make_shared<MeasurementFile>(before);
-    bool const newer = firstTime(*file) > firstTime(pointed) && firstTime(*file) > timeBehind;
-    return newer ? file : nullptr;
-}
-
-// The pointer names a file whose successor is not older, so the two disagree: moves
-// current to the file being written.
-Seam settleByFiles(std::shared_ptr<MeasurementFile>& current, std::int32_t timeBehind) {
-    if (auto before = fileBeforeCutMove(*current, timeBehind)) {
-        current = std::move(before);
-        return Seam::Older;
-    }
-    int const files = BasicMeasurementLog::getFileCount();
-    Seam const seam = walk(current, files);
-    if (seam != Seam::LastFile || !MeasurementFile::FileExist(0)) return seam;
-    auto start = std::make_shared<MeasurementFile>(0);
-    if (firstTime(*start) <= firstTime(*current)) return seam;
-    current = std::move(start);
-    return walk(current, files);
-}
-
 }  // namespace
 
 BasicMeasurementLog::BasicMeasurementLog() {
@@ -104,32 +68,22 @@ BasicMeasurementLog::~BasicMeasurementLog() = default;
 
 void BasicMeasurementLog::init() { MeasurementFile::Init(); }
 
-int BasicMeasurementLog::getFileCount() { return MeasurementFile::hasLargeStorage() ? 400 : 5; }
+int BasicMeasurementLog::getFileCount() {
+    return MeasurementFile::hasLargeStorage() ? MeasurementFiles : SmallMeasurementFiles;
+}
 
 int BasicMeasurementLog::getRecordCount() { return ring().capacity(); }
 
 void BasicMeasurementLog::findPlaceByPointer() {
-    std::shared_ptr<MeasurementFile> next;
-    Seam seam = seamBehind(*mCurrentFile, next);
-    if (seam == Seam::Newer) {
-        std::int32_t const timeBehind = firstTime(*next);
-        next.reset();
-        seam = settleByFiles(mCurrentFile, timeBehind);
-        adopt(heldAt(*mCurrentFile, seam, ring()));
-        NewCurrentFile(mCurrentFile->mFileIndex, true);
-        return;
-    }
-    HeldRange held = heldAt(*mCurrentFile, seam, ring());
-    if (mCurrentFile->mFileIndex == getFileCount() - 1) {
-        held.count = heldAt(*mCurrentFile, Seam::LastFile, ring()).count;
-    }
-    adopt(held);
+    int const named = mCurrentFile->mFileIndex;
+    adopt(heldByPointer(mCurrentFile, ring(), openExisting<MeasurementFile>));
+    if (mCurrentFile->mFileIndex != named) NewCurrentFile(mCurrentFile->mFileIndex, true);
 }
 
 void BasicMeasurementLog::findPlaceByFiles() {
     mCurrentFile = std::make_shared<MeasurementFile>(0);
     if (isEmpty(*mCurrentFile)) return;
-    Seam const seam = walk(mCurrentFile, getFileCount());
+    Seam const seam = walk(mCurrentFile, getFileCount(), openExisting<MeasurementFile>);
     adopt(heldAt(*mCurrentFile, seam, ring()));
     NewCurrentFile(mCurrentFile->mFileIndex, true);
 }
@@ -251,21 +205,7 @@ int BasicMeasurementLog::dateToIndex(unsigned int date) {
     auto const timeOf = [this](int index) {
         return static_cast<std::uint32_t>(getRecord(index).timeStamp().seconds());
     };
-    int low = mFirst;
-    int high = clampedToInt(HeldRange{mFirst, mCount}.end() - 1);
-    while (low < high) {
-        std::uint32_t const lowTime = timeOf(low);
-        std::uint32_t const highTime = timeOf(high);
-        if (lowTime >= date || lowTime == highTime) return low;
-        if (highTime <= date) return high;
-        int const middle = static_cast<int>(low + (std::int64_t{high} - low) / 2);
-        if (date <= timeOf(middle)) {
-            high = middle;
-        } else {
-            low = middle + 1;
-        }
-    }
-    return low;
+    return indexOfDate({mFirst, mCount}, date, timeOf);
 }
 
 void BasicMeasurementLog::GetLogRange(ByteBuf& reply) {
@@ -310,8 +250,7 @@ bool BasicMeasurementLog::SaveToFile(char const* path, long from, long to) {
         VEKLogMsg(2, "BasicMeasurementLog::SaveToFile - failed to open %s", path);
         return false;
     }
-    char header[1024];
-    std::fputs(MeasurementRecord::GetHeader(header, sizeof header), out.get());
+    writeExportHeader(out.get());
 
     Lock const lock(mMutex);
     if (from > to) std::swap(from, to);
@@ -323,7 +262,7 @@ bool BasicMeasurementLog::SaveToFile(char const* path, long from, long to) {
         auto const length =
             static_cast<int>(std::min<std::int64_t>(left, ring().slotsPerFile - at.slot));
         forEachRecord(getNxtReadFile(at.file).get(), at.slot, static_cast<std::uint32_t>(length),
-                      [&](MeasurementRecord& record) { writeLine(out.get(), record); });
+                      [&](MeasurementRecord& record) { writeExportLine(out.get(), record); });
         index += length;
         left -= length;
     }

@@ -13,6 +13,12 @@ struct Ring {
     int capacity() const { return files * slotsPerFile; }
 };
 
+// How many files a log has, with large storage and with small.
+constexpr int EventFiles = 200;
+constexpr int SmallEventFiles = 9;
+constexpr int MeasurementFiles = 400;
+constexpr int SmallMeasurementFiles = 5;
+
 struct RingPosition {
     int file;
     int slot;

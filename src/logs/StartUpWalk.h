@@ -29,25 +29,31 @@ bool isEmpty(File const& file) {
     return firstTime(file) <= 0;
 }
 
-// What follows current; next receives the file behind it when that is Newer.
 template <class File>
-Seam seamBehind(File const& current, std::shared_ptr<File>& next) {
+std::shared_ptr<File> openExisting(int index) {
+    return File::FileExist(index) ? std::make_shared<File>(index) : nullptr;
+}
+
+// In what follows, open(index) opens the file of that index or, where there is
+// none, gives an empty pointer.
+
+// What follows current; next receives the file behind it when that is Newer.
+template <class File, class Open>
+Seam seamBehind(File const& current, std::shared_ptr<File>& next, Open const& open) {
     std::int64_t const index = std::int64_t{current.mFileIndex} + 1;
-    if (index != clampedToInt(index) || !File::FileExist(static_cast<int>(index))) {
-        return Seam::NoNext;
-    }
-    auto candidate = std::make_shared<File>(static_cast<int>(index));
-    if (isEmpty(*candidate)) return Seam::NoNext;
+    if (index != clampedToInt(index)) return Seam::NoNext;
+    std::shared_ptr<File> candidate = open(static_cast<int>(index));
+    if (!candidate || isEmpty(*candidate)) return Seam::NoNext;
     if (firstTime(current) > firstTime(*candidate)) return Seam::Older;
     next = std::move(candidate);
     return Seam::Newer;
 }
 
 // Moves current on from file to file until the file being written is found.
-template <class File>
-Seam walk(std::shared_ptr<File>& current, int fileCount) {
+template <class File, class Open>
+Seam walk(std::shared_ptr<File>& current, int fileCount, Open const& open) {
     while (current->mFileIndex < fileCount - 1) {
-        Seam const seam = seamBehind(*current, current);
+        Seam const seam = seamBehind(*current, current, open);
         if (seam != Seam::Newer) return seam;
     }
     return Seam::LastFile;
@@ -62,6 +68,55 @@ HeldRange heldAt(File& current, Seam seam, Ring ring) {
                                         current.recentRecordIndex() + 1);
     if (seam == Seam::Older) return {upToNewest, ring.capacity()};
     return {0, upToNewest};
+}
+
+// The file before the one that a pointer named, if it is newer than that one and
+// the file behind it, as when the move was cut short before the first record of
+// this round.
+template <class File, class Open>
+std::shared_ptr<File> fileBeforeCutMove(File const& named, std::int32_t timeBehind, int fileCount,
+                                        Open const& open) {
+    if (named.mFileIndex < 0) return nullptr;
+    std::shared_ptr<File> before = open((named.mFileIndex == 0 ? fileCount : named.mFileIndex) - 1);
+    bool const newer =
+        before && firstTime(*before) > firstTime(named) && firstTime(*before) > timeBehind;
+    return newer ? before : nullptr;
+}
+
+// A pointer named current, whose successor is not older, so the two disagree: moves
+// current to the file being written.
+template <class File, class Open>
+Seam settleByFiles(std::shared_ptr<File>& current, std::int32_t timeBehind, int fileCount,
+                   Open const& open) {
+    if (auto before = fileBeforeCutMove(*current, timeBehind, fileCount, open)) {
+        current = std::move(before);
+        return Seam::Older;
+    }
+    Seam const seam = walk(current, fileCount, open);
+    if (seam != Seam::LastFile) return seam;
+    std::shared_ptr<File> start = open(0);
+    if (!start || firstTime(*start) <= firstTime(*current)) return seam;
+    current = std::move(start);
+    return walk(current, fileCount, open);
+}
+
+// The same as heldAt for a current file that a pointer named; where the files
+// contradict it, current moves to the one that they say is being written.
+template <class File, class Open>
+HeldRange heldByPointer(std::shared_ptr<File>& current, Ring ring, Open const& open) {
+    std::shared_ptr<File> next;
+    Seam seam = seamBehind(*current, next, open);
+    if (seam == Seam::Newer) {
+        std::int32_t const timeBehind = firstTime(*next);
+        next.reset();
+        seam = settleByFiles(current, timeBehind, ring.files, open);
+        return heldAt(*current, seam, ring);
+    }
+    HeldRange held = heldAt(*current, seam, ring);
+    if (current->mFileIndex == ring.files - 1) {
+        held.count = heldAt(*current, Seam::LastFile, ring).count;
+    }
+    return held;
 }
 
 }  // namespace ZEB
