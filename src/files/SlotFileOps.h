@@ -40,8 +40,10 @@ struct SlotFileOps {
     using Traits = typename File::Traits;
     using Record = typename Traits::Record;
 
-    static FileHeader header() {
-        FileHeader header{{}, File::VersionData, File::RecordSize, File::sRecordCount};
+    static FileHeader header() { return header(File::sRecordCount); }
+
+    static FileHeader header(std::uint16_t slots) {
+        FileHeader header{{}, File::VersionData, File::RecordSize, slots};
         std::memcpy(header.cookie, File::Cookie, sizeof header.cookie);
         return header;
     }

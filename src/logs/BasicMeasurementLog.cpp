@@ -12,6 +12,7 @@
 
 #include "files/CopyFile.h"
 #include "files/FileNames.h"
+#include "files/PointerFile.h"
 #include "files/SlotIo.h"
 #include "logs/DateSearch.h"
 #include "logs/ExportText.h"
@@ -28,17 +29,7 @@ constexpr std::uint32_t MaxRunLength = 417;
 
 using Lock = std::lock_guard<Mutex>;
 
-struct CloseStream {
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
-};
-using Stream = std::unique_ptr<std::FILE, CloseStream>;
-
 Ring ring() { return {BasicMeasurementLog::getFileCount(), MeasurementFile::getRecordCount()}; }
-
-bool readPointer(char const* path, int* fileIndex) {
-    Stream const in(std::fopen(path, "rb"));
-    return in && std::fscanf(in.get(), "%d", fileIndex) == 1;
-}
 
 // Flushed at once, since opening it has emptied it.
 void writePointer(int fileIndex) {

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Log.h"
+#include "Status.h"
+#include "Table.h"
+#include "Times.h"
+
+namespace ZEB::tool {
+
+struct Options {
+    std::vector<std::string> paths;
+    std::string log;  // a kind's name; empty: the only one there is
+    Format format = Format::Aligned;
+    Period period;
+    long newest = -1;  // records; below 0: all
+    bool reverse = false;
+    bool follow = false;
+    std::string image = "svg";
+    std::string curve;  // empty: all
+};
+
+// Each writes to standard output; what it could not use goes to standard error
+// and into status.
+void info(Options const& options, Status& status);
+void show(Options const& options, Status& status);
+void exportText(Options const& options, Status& status);
+void verify(Options const& options, Status& status);
+void plot(Options const& options, Status& status);
+
+// The one log of the first path that the options mean.
+AnyLog chosenLog(Options const& options);
+
+}  // namespace ZEB::tool

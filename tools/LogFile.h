@@ -1,0 +1,150 @@
+#pragma once
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "Kinds.h"
+#include "OpenSound.h"
+#include "Progress.h"
+#include "Status.h"
+#include "files/SlotFileOps.h"
+
+namespace ZEB::tool {
+
+// A file of a log as the log's own file class sees it, but opened for reading
+// only: never made, never repaired. One that is not sound stays closed and looks
+// empty.
+template <class Kind>
+class LogFile {
+  public:
+    using Record = typename Kind::Record;
+    using Ops = SlotFileOps<LogFile>;
+    static constexpr auto const& Cookie = Kind::File::Cookie;
+    static constexpr std::uint16_t VersionData = Kind::File::VersionData;
+    static constexpr std::uint16_t RecordSize = Kind::File::RecordSize;
+
+    // Stands for a file that is missing.
+    explicit LogFile(int index) : mFileIndex(index) {}
+
+    LogFile(int index, std::string path, int slots)
+        : mFileIndex(index), mPath(std::move(path)), mSlots(slots) {
+        char slot0[RecordSize];
+        mFd = openSound(mPath, Ops::header(static_cast<std::uint16_t>(slots)), slot0, mFault);
+        if (mFd == -1) return;
+        mFirstRecord.deserialize(streamOver(slot0, sizeof slot0));
+        mValidRecordCount = mFirstRecord.isValid() ? 1 : 0;
+        Ops::scan(*this, slots);
+    }
+    ~LogFile() {
+        if (mFd != -1) close(mFd);
+    }
+    LogFile(LogFile const&) = delete;
+    LogFile& operator=(LogFile const&) = delete;
+
+    int const mFileIndex;
+    Record mFirstRecord;
+
+    std::optional<Fault> const& fault() const { return mFault; }
+    std::string const& path() const { return mPath; }
+    int slots() const { return mSlots; }
+    int validRecordCount() const { return mValidRecordCount; }
+    int recentRecordIndex() const { return mRecentRecordIndex; }
+    Record const& recentRecord() const { return mRecentRecord; }
+    bool isFull() const { return mSlots > 0 && mValidRecordCount == mSlots; }
+    // Whether it holds a run of newer records before one of older ones.
+    bool holdsSeam() const { return isFull() && mRecentRecordIndex < mSlots - 1; }
+
+    Record readRecord(int slot) { return Ops::read(*this, slot); }
+
+    // The bytes of count slots; ends the command when they can't be read.
+    void readBytes(int slot, int count, char* bytes) const {
+        std::size_t const size = static_cast<std::size_t>(count) * RecordSize;
+        if (pread(mFd, bytes, size, slotOffset(slot, RecordSize)) != static_cast<ssize_t>(size)) {
+            throw CantRead(mPath + ": slots from " + std::to_string(slot) + " on can't be read");
+        }
+    }
+
+  private:
+    friend struct SlotFileOps<LogFile>;
+    struct Traits {
+        using Record = typename Kind::Record;
+        static char lock(LogFile&) { return 0; }
+        static void transferred(LogFile&, std::int64_t) {}
+    };
+
+    std::string mPath;
+    int mSlots = 0;
+    std::optional<Fault> mFault;
+    int mFd = -1;
+    int mValidRecordCount = 0;
+    int mRecentRecordIndex = -1;
+    Record mRecentRecord;
+};
+
+// Reads runs of slots in large blocks and hands over record after record.
+class SlotReader {
+  public:
+    explicit SlotReader(Progress& progress) : mProgress(progress), mBytes(new char[BlockSize]) {}
+
+    // visit(slot, record) is called for each slot, used or not, until it returns
+    // false; the result is false, then.
+    template <class Kind, class Visit>
+    bool forward(LogFile<Kind> const& file, int first, int count, Visit const& visit) {
+        typename Kind::Record record;
+        int const end = first + count;
+        for (int slot = first; slot < end;) {
+            int const length = std::min(end - slot, blockSlots<Kind>());
+            read(file, slot, length);
+            std::iostream& in = streamOver(mBytes.get(), BlockSize);
+            for (int const blockEnd = slot + length; slot < blockEnd; ++slot) {
+                record.deserialize(in);
+                if (!visit(slot, record)) return false;
+            }
+        }
+        return true;
+    }
+
+    template <class Kind, class Visit>
+    bool backward(LogFile<Kind> const& file, int first, int count, Visit const& visit) {
+        constexpr std::size_t Size = LogFile<Kind>::RecordSize;
+        typename Kind::Record record;
+        for (int end = first + count; end > first;) {
+            int const length = std::min(end - first, blockSlots<Kind>());
+            read(file, end - length, length);
+            for (int i = length; i-- > 0;) {
+                record.deserialize(
+                    streamOver(mBytes.get() + static_cast<std::size_t>(i) * Size, Size));
+                if (!visit(end - length + i, record)) return false;
+            }
+            end -= length;
+        }
+        return true;
+    }
+
+  private:
+    static constexpr std::size_t BlockSize = 1 << 20;
+
+    template <class Kind>
+    static constexpr int blockSlots() {
+        return static_cast<int>(BlockSize / LogFile<Kind>::RecordSize);
+    }
+
+    template <class Kind>
+    void read(LogFile<Kind> const& file, int slot, int count) {
+        file.readBytes(slot, count, mBytes.get());
+        mProgress.add(std::int64_t{count} * LogFile<Kind>::RecordSize);
+    }
+
+    Progress& mProgress;
+    std::unique_ptr<char[]> mBytes;
+};
+
+}  // namespace ZEB::tool

@@ -1,0 +1,121 @@
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <memory>
+
+#include "Commands.h"
+#include "Fields.h"
+#include "Select.h"
+
+namespace ZEB::tool {
+
+namespace {
+
+// No picture shows more points than this across, so a full ring is thinned out to
+// the least and the greatest value of each stretch of time.
+constexpr int Stretches = 2000;
+
+struct Point {
+    std::int64_t time;
+    double value;
+};
+
+struct Extremes {
+    Point least;
+    Point greatest;
+};
+
+using Curves = std::map<std::string, std::map<std::int64_t, Extremes>>;
+
+void add(std::map<std::int64_t, Extremes>& curve, std::int64_t stretch, Point const& point) {
+    auto const [place, isNew] = curve.try_emplace(stretch, Extremes{point, point});
+    if (isNew) return;
+    Extremes& extremes = place->second;
+    if (point.value < extremes.least.value) extremes.least = point;
+    if (point.value > extremes.greatest.value) extremes.greatest = point;
+}
+
+template <class Kind>
+Curves collect(Log<Kind> const& log, Options const& options) {
+    auto const spans = spansOf(log, findPlace(log, Gaps::AreSkipped));
+    Progress progress(log.bytes());
+    SlotReader reader(progress);
+    auto const firstTime = [&](bool backward) {
+        std::int64_t seconds = 0;
+        forEachRecord(log, spans, options.period, backward, reader,
+                      [&](int, int, auto const& record) {
+                          seconds = record.timeStamp().seconds();
+                          return false;
+                      });
+        return seconds;
+    };
+    std::int64_t const from = firstTime(false);
+    std::int64_t const width = std::max<std::int64_t>(1, (firstTime(true) - from) / Stretches);
+    Curves curves;
+    forEachRecord(log, spans, options.period, false, reader, [&](int, int, auto const& record) {
+        std::int64_t const time = record.timeStamp().seconds();
+        drawRecord(record, [&](std::string const& name, double value) {
+            bool const isMeant = options.curve.empty() || name == options.curve;
+            if (isMeant && std::isfinite(value)) {
+                add(curves[name], (time - from) / width, {time, value});
+            }
+        });
+        return true;
+    });
+    return curves;
+}
+
+void writeScript(std::FILE* out, Curves const& curves, std::string const& image,
+                 std::string const& title) {
+    std::fprintf(out,
+                 "set terminal %s size 1200,600\n"
+                 "set title '%s' noenhanced\nset key outside noenhanced\n"
+                 "set xdata time\nset timefmt '%%s'\nset format x \"%%Y-%%m-%%d\\n%%H:%%M:%%S\"\n"
+                 "set xlabel 'UTC'\nset grid\n",
+                 image == "png" ? "pngcairo" : "svg", title.c_str());
+    int number = 0;
+    for (auto const& [name, curve] : curves) {
+        std::fprintf(out, "$curve%d << EOD\n", number++);
+        for (auto const& [stretch, extremes] : curve) {
+            auto const& [least, greatest] = extremes;
+            bool const leastFirst = least.time <= greatest.time;
+            for (Point const& point :
+                 {leastFirst ? least : greatest, leastFirst ? greatest : least}) {
+                std::fprintf(out, "%lld %.17g\n", static_cast<long long>(point.time), point.value);
+            }
+        }
+        std::fprintf(out, "EOD\n");
+    }
+    number = 0;
+    for (auto const& [name, curve] : curves) {
+        std::fprintf(out, "%s $curve%d using 1:2 with lines title '%s'", number == 0 ? "plot" : ",",
+                     number, name.c_str());
+        ++number;
+    }
+    std::fprintf(out, "\n");
+}
+
+}  // namespace
+
+void plot(Options const& options, Status& status) {
+    AnyLog const chosen = chosenLog(options);
+    if (std::holds_alternative<Log<EventKind>>(chosen)) {
+        throw WrongUsage("events have no values to plot");
+    }
+    Curves curves;
+    std::visit(
+        [&](auto const& log) {
+            log.complainOfFaults(status);
+            curves = collect(log, options);
+        },
+        chosen);
+    if (curves.empty()) throw CantRead("nothing to plot in " + options.paths.front());
+    // Its settings files are left out: a picture is to look the same everywhere.
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> gnuplot(popen("gnuplot -d", "w"), pclose);
+    if (!gnuplot) throw CantRead("gnuplot can't be started");
+    std::string const title = std::visit([](auto const& log) { return log.name(); }, chosen);
+    writeScript(gnuplot.get(), curves, options.image, title);
+    if (pclose(gnuplot.release()) != 0) throw CantRead("gnuplot failed");
+}
+
+}  // namespace ZEB::tool
