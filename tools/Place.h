@@ -48,7 +48,11 @@ Place<Kind> findPlace(Log<Kind> const& log, Gaps gaps) {
     auto const named = pointedFile(log);
     if (named) {
         current = log.open(*named);
-        if (!current && gaps == Gaps::EndTheLog) current = std::make_shared<LogFile<Kind>>(*named);
+        if (gaps == Gaps::EndTheLog) {
+            if (!current) current = std::make_shared<LogFile<Kind>>(*named);
+        } else if (current && isEmpty(*current)) {
+            current.reset();  // just made: the newest record is in the file before
+        }
     }
     if (current) {
         place.held = heldByPointer(current, log.ring, open);

@@ -21,9 +21,7 @@ void addFormat(CLI::App& command, Options& options) {
                                                           {"csv", Format::Csv},
                                                           {"json", Format::Objects}};
     command.add_option("--format", options.format, "table (the default), tsv, csv or json")
-        ->transform(CLI::Transformer(formats))
-        ->check(CLI::IsMember(formats))
-        ->type_name("FORMAT");
+        ->transform(CLI::CheckedTransformer(formats).description("FORMAT"));
 }
 
 void addLog(CLI::App& command, Options& options) {
@@ -53,7 +51,7 @@ void addPeriod(CLI::App& command, Options& options) {
 
 using Command = void (*)(Options const&, Status&);
 
-Command addCommands(CLI::App& app, Options& options, Command& chosen) {
+void addCommands(CLI::App& app, Options& options, Command& chosen) {
     auto const add = [&](char const* name, char const* help, Command run, bool several = false) {
         CLI::App* const command = app.add_subcommand(name, help);
         command->callback([&chosen, run] { chosen = run; });
@@ -67,7 +65,7 @@ Command addCommands(CLI::App& app, Options& options, Command& chosen) {
     addLog(showing, options);
     addPeriod(showing, options);
     showing.add_option("-n", options.newest, "The newest N records only")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
         ->type_name("N");
     auto* const reverse = showing.add_flag("--reverse", options.reverse, "The newest first");
     showing.add_flag("--follow", options.follow, "Go on with new records as they are written")
@@ -81,11 +79,9 @@ Command addCommands(CLI::App& app, Options& options, Command& chosen) {
     addLog(plotting, options);
     addPeriod(plotting, options);
     plotting.add_option("--image", options.image, "svg (the default) or png")
-        ->check(CLI::IsMember({"svg", "png"}))
-        ->type_name("FORMAT");
+        ->check(CLI::IsMember({"svg", "png"}).description("FORMAT"));
     plotting.add_option("--curve", options.curve, "One curve only, by its name in the key")
         ->type_name("NAME");
-    return chosen;
 }
 
 ExitCode run(Command command, Options const& options) {
