@@ -21,7 +21,8 @@ void addFormat(CLI::App& command, Options& options) {
                                                           {"csv", Format::Csv},
                                                           {"json", Format::Objects}};
     command.add_option("--format", options.format, "table (the default), tsv, csv or json")
-        ->transform(CLI::CheckedTransformer(formats).description("FORMAT"));
+        ->transform(CLI::CheckedTransformer(formats).description(""))
+        ->type_name("FORMAT");
 }
 
 void addLog(CLI::App& command, Options& options) {
@@ -65,7 +66,7 @@ void addCommands(CLI::App& app, Options& options, Command& chosen) {
     addLog(showing, options);
     addPeriod(showing, options);
     showing.add_option("-n", options.newest, "The newest N records only")
-        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
+        ->check(CLI::Range(0L, 1000000000L).description(""))
         ->type_name("N");
     auto* const reverse = showing.add_flag("--reverse", options.reverse, "The newest first");
     showing.add_flag("--follow", options.follow, "Go on with new records as they are written")
@@ -79,7 +80,8 @@ void addCommands(CLI::App& app, Options& options, Command& chosen) {
     addLog(plotting, options);
     addPeriod(plotting, options);
     plotting.add_option("--image", options.image, "svg (the default) or png")
-        ->check(CLI::IsMember({"svg", "png"}).description("FORMAT"));
+        ->check(CLI::IsMember({"svg", "png"}).description(""))
+        ->type_name("FORMAT");
     plotting.add_option("--curve", options.curve, "One curve only, by its name in the key")
         ->type_name("NAME");
 }
