@@ -88,6 +88,7 @@ std::vector<AnyLog> singleFile(std::string const& path) {
         auto const parsed = Kind::parse(name);
         auto log = makeLog<Kind>(directory, parsed ? parsed->version : "", {{0, path}});
         log.single = true;
+        log.shownIndex = parsed ? parsed->index : 0;
         log.ring.files = 1;
         logs.emplace_back(std::move(log));
     };

@@ -24,7 +24,8 @@ template <class Kind>
 struct Log {
     std::string directory;
     std::string version;  // the software version in the names, where they hold one
-    bool single = false;  // a file looked at alone; its index is 0, whatever its name
+    bool single = false;  // a file looked at alone, as file 0 of a ring of one
+    int shownIndex = 0;   // the index in its name
     Ring ring{1, 0};
     std::map<int, std::string> paths;  // the sound files, by file index
     std::map<int, FaultyFile> faulty;

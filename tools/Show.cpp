@@ -133,7 +133,7 @@ void showLog(Log<Kind> const& log, Options const& options, Status& status) {
     }
     Printer<Kind> printer(options.format, options.follow);
     auto const print = [&](int file, int slot, auto const& record) {
-        printer.print(file, slot, record);
+        printer.print(log.shownIndex + file, slot, record);
         return true;
     };
     forEachRecord(log, spans, options.period, options.reverse, reader, print);
