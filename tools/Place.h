@@ -37,6 +37,14 @@ std::optional<int> pointedFile(Log<Kind> const& log) {
     return found ? std::optional(index) : std::nullopt;
 }
 
+// A file behind which the log itself does not look, since it is the last, and yet
+// file 0 is newer.
+template <class Kind>
+bool isRefuted(Log<Kind> const& log, LogFile<Kind> const& named) {
+    auto const start = log.open(0);
+    return named.mFileIndex == log.ring.files - 1 && start && firstTime(*start) > firstTime(named);
+}
+
 // Goes the way of the log's own start, with nothing made, moved or restored.
 template <class Kind>
 Place<Kind> findPlace(Log<Kind> const& log, Gaps gaps) {
@@ -50,8 +58,8 @@ Place<Kind> findPlace(Log<Kind> const& log, Gaps gaps) {
         current = log.open(*named);
         if (gaps == Gaps::EndTheLog) {
             if (!current) current = std::make_shared<LogFile<Kind>>(*named);
-        } else if (current && isEmpty(*current)) {
-            current.reset();  // just made: the newest record is in the file before
+        } else if (current && (isEmpty(*current) || isRefuted(log, *current))) {
+            current.reset();
         }
     }
     if (current) {

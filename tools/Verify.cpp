@@ -43,6 +43,9 @@ class Verifier {
                        faulty->second.fault.unreadable ? Unreadable : Damage);
             } else if (mLog.paths.count(index) == 0) {
                 index = reportGap(index, end);
+            } else if (index >= mLog.ring.files) {
+                report(index, {},
+                       "beyond the ring of " + std::to_string(mLog.ring.files) + " files");
             } else {
                 checkFile(index);
             }
@@ -156,9 +159,7 @@ class Verifier {
             !mPlace.wrapped && mPlace.current && index >= mPlace.current->mFileIndex;
         bool const isCurrent = mPlace.current && index == mPlace.current->mFileIndex;
         bool faulty = true;
-        if (index >= mLog.ring.files) {
-            report(index, {}, "beyond the ring of " + std::to_string(mLog.ring.files) + " files");
-        } else if (found.afterUnused.count > 0) {
+        if (found.afterUnused.count > 0) {
             report(index, found.afterUnused.first,
                    "used after unused slot " + std::to_string(found.unused.first) +
                        found.afterUnused.more());
