@@ -7,6 +7,6 @@ namespace ZEB::demo {
 
 void events(char const* inputPath, char const* repliesPath);
 void lamps();
-void measurements(char const* exportPath);
+void measurements(char const* takenPath, char const* exportPath);
 
 }  // namespace ZEB::demo

@@ -44,28 +44,32 @@ std::pair<std::uint32_t, std::uint32_t> rangeOf(BasicEventLog& log) {
     return {range[0], range[1]};
 }
 
-// Goes on where the log says that the last run stopped.
-std::uint32_t writeOn(std::vector<EventMsg> const& events, volatile std::uint32_t* written) {
+// Goes on where the log says that the last run stopped, up to an end.
+std::uint32_t writeOn(std::vector<EventMsg> const& events, std::size_t end,
+                      volatile std::uint32_t* written) {
     BasicEventLog log;
     log.SetEnabled(true);
     std::uint32_t const start = rangeOf(log).second;
-    for (std::size_t i = start; i < events.size(); ++i) {
+    for (std::size_t i = start; i < end; ++i) {
         log.writeRecord(events[i]);
         *written = static_cast<std::uint32_t>(i + 1);
     }
     return start;
 }
 
+// The last quarter is left to the next run, however late the kill comes.
 void killInTheMiddle(std::vector<EventMsg> const& events, volatile std::uint32_t* written) {
+    std::fflush(nullptr);
     pid_t const writer = fork();
     if (writer == 0) {
-        writeOn(events, written);
-        pause();  // was faster than the one who is to kill it
+        writeOn(events, events.size() - events.size() / 4, written);
+        for (;;) pause();
     }
+    int status = 0;
     while (*written < events.size() / 2) {
+        require(waitpid(writer, &status, WNOHANG) == 0, "the writer ended early");
     }
     kill(writer, SIGKILL);
-    int status = 0;
     require(waitpid(writer, &status, 0) == writer && WIFSIGNALED(status), "the writer ended early");
     std::printf("  killed with SIGKILL after %u of %zu appends\n", unsigned{*written},
                 events.size());
@@ -99,7 +103,7 @@ void events(char const* inputPath, char const* repliesPath) {
     killInTheMiddle(input, written);
     std::uint32_t const before = *written;
     inOneRun([&] {
-        std::uint32_t const start = writeOn(input, written);
+        std::uint32_t const start = writeOn(input, input.size(), written);
         std::printf("  started again: the log holds %u, goes on there\n", start);
         require(start >= before, "a record whose append had returned is missing");
     });

@@ -9,10 +9,11 @@ int main(int argc, char** argv) {
         ZEB::demo::events(argv[2], argv[3]);
     } else if (argc == 2 && std::strcmp(what, "lamps") == 0) {
         ZEB::demo::lamps();
-    } else if (argc == 3 && std::strcmp(what, "measurements") == 0) {
-        ZEB::demo::measurements(argv[2]);
+    } else if (argc == 4 && std::strcmp(what, "measurements") == 0) {
+        ZEB::demo::measurements(argv[2], argv[3]);
     } else {
-        std::fprintf(stderr, "usage: demo events INPUT REPLIES | lamps | measurements EXPORT\n");
+        std::fprintf(stderr,
+                     "usage: demo events INPUT REPLIES | lamps | measurements TAKEN EXPORT\n");
         return 2;
     }
 }

@@ -3,8 +3,10 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "BasicMeasurementLog.h"
 #include "Child.h"
@@ -14,7 +16,7 @@ namespace ZEB::demo {
 
 namespace {
 
-constexpr int Samples = 40;
+constexpr int SampleCount = 24;
 
 double freeMemory() {
     std::ifstream in("/proc/meminfo");
@@ -43,61 +45,116 @@ MeasurementRecord sample() {
     return record;
 }
 
-void record(int count) {
+// Writes samples to the log and, for the comparison, to a file beside it.
+void record(char const* takenPath) {
     BasicMeasurementLog log;
     log.SetEnabled(true);
-    for (int i = 0; i < count; ++i) {
-        MeasurementRecord const taken = sample();
-        log.writeRecord(taken);
-        MeasurementRecord const stored = log.getRecord(static_cast<int>(log.GetCount()) - 1);
-        require(stored.value(1) == taken.value(1), "a measurement is wrong");
-        usleep(100000);
+    std::ofstream taken(takenPath, std::ios::binary | std::ios::app);
+    for (int i = 0; i < SampleCount / 2; ++i) {
+        MeasurementRecord const now = sample();
+        log.writeRecord(now);
+        now.serialize(taken);
+        usleep(200000);
     }
 }
 
-void expectCount(char const* when, long count) {
-    BasicMeasurementLog log;
-    std::printf("  %s: %ld measurements\n", when, log.GetCount());
-    require(log.GetCount() == count, "measurements are missing");
+std::vector<MeasurementRecord> readTaken(char const* path) {
+    std::vector<MeasurementRecord> taken(SampleCount);
+    std::ifstream in(path, std::ios::binary);
+    for (auto& record : taken) record.deserialize(in);
+    require(taken.back().isValid(), "the samples can't be read back");
+    return taken;
 }
 
-// The records from one second on, up to another, not included.
-void fetchDates(std::uint32_t from, std::uint32_t to) {
+std::string bytesOf(MeasurementRecord const& record) {
+    std::ostringstream out;
+    record.serialize(out);
+    return out.str();
+}
+
+std::uint32_t timeOf(MeasurementRecord const& record) {
+    return static_cast<std::uint32_t>(record.timeStamp().seconds());
+}
+
+void expectAll(char const* when, std::vector<MeasurementRecord> const& taken) {
+    BasicMeasurementLog log;
+    std::printf("  %s: %ld measurements\n", when, log.GetCount());
+    require(log.GetCount() == SampleCount, "measurements are missing");
+    for (int i = 0; i < SampleCount; ++i) {
+        auto const& expected = taken[static_cast<std::size_t>(i)];
+        require(bytesOf(log.getRecord(i)) == bytesOf(expected), "a measurement is wrong");
+    }
+}
+
+// The records from one second on, up to another, not included. Several samples of
+// one second are one date: the range begins and ends at any of them.
+std::pair<std::uint32_t, std::uint32_t> fetchDates(std::uint32_t from, std::uint32_t to,
+                                                   std::vector<MeasurementRecord> const& taken) {
     BasicMeasurementLog log;
     std::uint32_t const dates[] = {from, to};
     ByteBuf range;
     log.GetLogRangeDates(Var(ByteBuf(reinterpret_cast<char const*>(dates), sizeof dates)), range);
     std::uint32_t fields[2];
     std::memcpy(fields, range.data(), sizeof fields);
-    auto [first, count] = std::pair(fields[0], fields[1]);
-    require(count > 0 && count < Samples, "the date range does not split the measurements");
-    std::printf("  between %u and %u: %u measurements from index %u on\n", from, to, count, first);
+    std::uint32_t const begin = fields[0];
+    std::uint32_t const end = begin + fields[1];
+    auto [first, count] = std::pair(begin, fields[1]);
+    std::printf("  from %u to %u: %u measurements, the first has index %u\n", from, to, count,
+                first);
+    require(begin < end && end < taken.size() && timeOf(taken[begin]) == from &&
+                timeOf(taken[end]) == to,
+            "the date range is wrong");
+    std::uint32_t index = begin;
     while (count > 0) {
         ByteBuf reply;
         log.GetLogRecords(&first, &count, 0, reply);
-        for (std::size_t at = 8; at < reply.size(); at += MeasurementFile::RecordSize) {
-            std::uint32_t seconds = 0;
-            std::memcpy(&seconds, reply.data() + at, sizeof seconds);
-            require(seconds >= from && seconds <= to, "a fetched measurement is out of its range");
+        for (std::size_t at = 8; at < reply.size(); at += MeasurementFile::RecordSize, ++index) {
+            std::string const found(reply.data() + at, MeasurementFile::RecordSize);
+            require(found == bytesOf(taken[index]), "a fetched measurement is wrong");
         }
     }
+    require(index == end, "a reply is short");
+    return {begin, end};
+}
+
+// The export has the record at its end too.
+void expectExport(char const* path, std::uint32_t begin, std::uint32_t end,
+                  std::vector<MeasurementRecord> const& taken) {
+    std::ifstream in(path);
+    std::string line;
+    std::getline(in, line);
+    for (std::uint32_t i = begin; i <= end; ++i) {
+        char date[32];
+        char time[32];
+        std::string const expected = std::string(taken[i].GetDateText(date, sizeof date)) + '\t' +
+                                     taken[i].GetTimeText(time, sizeof time) + '\t' +
+                                     taken[i].asText();
+        require(std::getline(in, line) && line == expected, "an exported measurement is wrong");
+    }
+    require(!std::getline(in, line), "the export has a measurement too many");
 }
 
 }  // namespace
 
-void measurements(char const* exportPath) {
-    auto const start = static_cast<std::uint32_t>(std::time(nullptr));
-    inOneRun([] { record(Samples / 2); });
-    inOneRun([] { record(Samples / 2); });
-    inOneRun([] { BasicMeasurementLog().NewCurrentFile(0, true); });
-    inOneRun([] { expectCount("restarted by the pointer", Samples); });
-    std::filesystem::remove(std::filesystem::path(std::getenv("VEK_ROOT")) /
-                            "data/currentMeasurementLog");
-    inOneRun([] { expectCount("restarted without it", Samples); });
-    inOneRun([=] { fetchDates(start + 1, start + 3); });
-    inOneRun([=] {
-        BasicMeasurementLog log;
-        require(log.SaveToFile(exportPath, start + 1, start + 3), "the export failed");
+void measurements(char const* takenPath, char const* exportPath) {
+    namespace fs = std::filesystem;
+    fs::path const pointer = fs::path(std::getenv("VEK_ROOT")) / "data/currentMeasurementLog";
+    inOneRun([=] { record(takenPath); });
+    inOneRun([=] { record(takenPath); });
+    auto const taken = readTaken(takenPath);
+
+    require(fs::exists(pointer), "there is no pointer to the current file");
+    inOneRun([&] { expectAll("restarted by the pointer", taken); });
+    fs::remove(pointer);
+    inOneRun([&] { expectAll("restarted without it", taken); });
+    require(fs::exists(pointer), "the pointer was not written anew");
+
+    inOneRun([&] {
+        std::uint32_t const from = timeOf(taken[SampleCount / 4]);
+        std::uint32_t const to = timeOf(taken[SampleCount * 3 / 4]);
+        auto const [begin, end] = fetchDates(from, to, taken);
+        require(BasicMeasurementLog().SaveToFile(exportPath, from, to), "the export failed");
+        expectExport(exportPath, begin, end, taken);
     });
 }
 
