@@ -7,8 +7,14 @@ if(NOT VEK_PLATFORM)
   install(DIRECTORY platform/msgclasses platform/util DESTINATION ${VEK_INCLUDEDIR}
           FILES_MATCHING PATTERN "*.h")
 endif()
+if(VEK_STATIC)
+  foreach(name ${installed})
+    list(APPEND installed ${name}Static)
+  endforeach()
+endif()
 install(TARGETS ${installed} EXPORT VEKLogFilesTargets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/ DESTINATION ${VEK_INCLUDEDIR})
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VEKLogFiles)
