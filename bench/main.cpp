@@ -1,0 +1,25 @@
+#include <cstdio>
+#include <string>
+
+#include "Bench.h"
+#include "Files.h"
+#include "Rows.h"
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::fprintf(stderr, "Usage: vek_bench MODE DIRECTORY (emptied)\n");
+        return 2;
+    }
+    char interleaved[] = "--benchmark_enable_random_interleaving=true";
+    char shortly[] = "--benchmark_min_time=0.05";
+    char* flags[] = {argv[0], interleaved, shortly, nullptr};
+    int count = 3;
+    benchmark::Initialize(&count, flags);
+    bench::useRoot(argv[2]);
+    std::string const mode = argv[1];
+    if (mode == "rows") {
+        bench::printTableHead();
+        bench::eventRows();
+    }
+    return bench::rowsMissed() > 0 ? 1 : 0;
+}
