@@ -33,12 +33,13 @@ void BasicEventLog::SetEnabled(bool enabled) { mEnabled = enabled; }
 
 void BasicEventLog::writeRecord(EventMsg const& record) {
     if (!mEnabled) return;
+    Ring const shape = ring();
     HeldRange held{mFirst, mCount};
-    held.keepBelowLimit(ring());
-    RingPosition const at = ringPosition(static_cast<std::uint64_t>(held.end()), ring());
+    held.keepBelowLimit(shape);
+    RingPosition const at = ringPosition(static_cast<std::uint64_t>(held.end()), shape);
     if (!isCurrent(at.file)) mCurrentFile = std::make_shared<EventFile>(at.file);
     mCurrentFile->writeRecord(record, at.slot);
-    held.addOne(ring());
+    held.addOne(shape);
     mFirst = held.first;
     mCount = held.count;
 }
