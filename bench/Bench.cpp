@@ -9,6 +9,7 @@ namespace bench {
 namespace {
 
 int missed = 0;
+std::string wanted;
 
 class Collector : public benchmark::BenchmarkReporter {
   public:
@@ -68,7 +69,10 @@ void printTableHead() {
         "|---|---|---|---|---|---|\n");
 }
 
+void onlyRowsWith(std::string part) { wanted = std::move(part); }
+
 void printRow(Row const& row) {
+    if (row.work.find(wanted) == std::string::npos) return;
     std::vector<Side> sides{row.library, row.bare};
     sides.insert(sides.end(), row.peers.begin(), row.peers.end());
     std::vector<Figures> const found = measure(sides, row.repeat);

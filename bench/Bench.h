@@ -48,6 +48,7 @@ struct Row {
 };
 
 void printTableHead();
+void onlyRowsWith(std::string part);  // of the name; the others are left out
 // Measures and prints a row of the table, and one more for a bound on the p99.
 void printRow(Row const& row);
 // Rows printed so far whose ratio exceeds its bound.

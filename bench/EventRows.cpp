@@ -13,7 +13,7 @@ using ZEB::EventMsg;
 namespace {
 
 constexpr EventFile* Kind = nullptr;
-constexpr int Appends = 60000;  // stay within one file
+constexpr int Appends = 3000;  // stay within one file, and mostly within one time slice
 
 auto enabledLog() {
     auto log = std::make_unique<BasicEventLog>();
@@ -26,17 +26,26 @@ Row append() {
         emptyData();
         return [log = enabledLog(), record = recordAt(Kind, 1000)] { log->writeRecord(record); };
     };
-    auto const bare = [] {
-        emptyData();
-        return [fd = makeAllocated(dataPath("bare"), slotAt<EventFile>(Slots)),
-                offset = slotAt<EventFile>(0)]() mutable {
-            static char const bytes[EventFile::RecordSize] = {1};
-            lseek(fd, offset, SEEK_SET);
-            require(write(fd, bytes, sizeof bytes) == sizeof bytes, "write");
-            offset += EventFile::RecordSize;
+    auto const calls = [](auto write) {
+        return [write] {
+            emptyData();
+            return [write, fd = makeAllocated(dataPath("bare"), slotAt<EventFile>(Slots)),
+                    offset = slotAt<EventFile>(0)]() mutable {
+                static char const bytes[EventFile::RecordSize] = {1};
+                require(write(fd, bytes, offset) == sizeof bytes, "write");
+                offset += EventFile::RecordSize;
+            };
         };
     };
-    return {"append an event", 0.85, side("library", library), side("bare", bare), {Appends, 25}};
+    auto const bare = [](int fd, auto const& bytes, off_t offset) {
+        lseek(fd, offset, SEEK_SET);
+        return write(fd, bytes, sizeof bytes);
+    };
+    auto const positioned = [](int fd, auto const& bytes, off_t offset) {
+        return pwrite(fd, bytes, sizeof bytes, offset);
+    };
+    return {"append an event",         0.85,           side("library", library),
+            side("bare", calls(bare)), {Appends, 101}, {side("pwrite", calls(positioned))}};
 }
 
 Row single() {

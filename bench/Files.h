@@ -127,10 +127,9 @@ Fd moveBare(std::string const& hidden, std::string const& path) {
     require(rename(hidden.c_str(), path.c_str()) == 0, "rename");
     Fd fd(open(path.c_str(), O_RDWR, 0600));
     ZEB::FileHeader const header = headerOf<File>();
-    bool const written = pwrite(fd, header.cookie, 12, 0) == 12 &&
-                         pwrite(fd, &header.version, 2, 12) == 2 &&
-                         pwrite(fd, &header.recordSize, 2, 14) == 2 &&
-                         pwrite(fd, &header.recordCount, 2, 16) == 2;
+    bool const written =
+        pwrite(fd, header.cookie, 12, 0) == 12 && pwrite(fd, &header.version, 2, 12) == 2 &&
+        pwrite(fd, &header.recordSize, 2, 14) == 2 && pwrite(fd, &header.recordCount, 2, 16) == 2;
     require(written, "header");
     return fd;
 }

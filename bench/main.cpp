@@ -6,8 +6,8 @@
 #include "Rows.h"
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "Usage: vek_bench MODE DIRECTORY (emptied)\n");
+    if (argc < 3) {
+        std::fprintf(stderr, "Usage: vek_bench MODE DIRECTORY (emptied) [PART OF A ROW'S NAME]\n");
         return 2;
     }
     char interleaved[] = "--benchmark_enable_random_interleaving=true";
@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
     int count = 3;
     benchmark::Initialize(&count, flags);
     bench::useRoot(argv[2]);
+    if (argc > 3) bench::onlyRowsWith(argv[3]);
     std::string const mode = argv[1];
     if (mode == "rows") {
         bench::printTableHead();
