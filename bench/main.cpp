@@ -21,6 +21,8 @@ int main(int argc, char** argv) {
     if (mode == "rows") {
         bench::printTableHead();
         bench::eventRows();
+        bench::measurementRows();
+        bench::lampRows();
     }
     return bench::rowsMissed() > 0 ? 1 : 0;
 }
