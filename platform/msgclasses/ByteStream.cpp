@@ -4,6 +4,8 @@ namespace ZEB {
 
 ByteStream::ByteStream(ByteBuf* buffer) : std::iostream(nullptr), mBuffer(buffer) {
     rdbuf(&mBuffer);  // also clears the error state of a stream without a buffer
+    // Else a stream keeps std::bad_alloc to itself and the reply ends in its middle.
+    exceptions(std::ios_base::badbit);
 }
 
 std::streamsize ByteStream::Buffer::xsputn(char const* bytes, std::streamsize size) {
