@@ -22,13 +22,14 @@ namespace ZEB {
 class [[gnu::visibility("default")]] BasicEventLog {
   public:
     // Finds the newest record from the first record of each file; never looks
-    // past a missing or empty one. Opens each file up to the one being written.
-    // Writing is off at first.
+    // past a missing or empty one. Opens each file up to the one behind the one being
+    // written. Writing is off at first.
     BasicEventLog();
     ~BasicEventLog();
     BasicEventLog(BasicEventLog const&) = delete;
     BasicEventLog& operator=(BasicEventLog const&) = delete;
 
+    // 200, and 200 full files, or 9 of them; 9 and 12564 before the first event file.
     static int getFileCount();
     static int getRecordCount();  // the capacity
 
@@ -40,9 +41,10 @@ class [[gnu::visibility("default")]] BasicEventLog {
     // not valid. Opens, and may make, the file when it is not the current one.
     void GetRecord(EventMsg * record, unsigned long recordIndex);
     // Removes every file named with the version 1.2.7 and starts again at file 0,
-    // which the backup may bring back. Paths over 99 characters are cut.
+    // which the backup may bring back. Files whose paths have over 99 characters stay.
     void clear();
-    // Flushes and returns how far path is written if it is the current file, else 0.
+    // Flushes the current file and returns the offset where its last read or write
+    // ended if path is that file's, else 0.
     std::int64_t IsCurrentFile(char const* path);
 
     // Replies with the first index and the count held (4 bytes each). Give each

@@ -6,11 +6,11 @@
 
 #include "msgclasses/EventMsg.h"
 #include "msgclasses/TimeStamp.h"
-#include "util/FileCreator.h"
 #include "util/Mutex.h"
 
 namespace ZEB {
 
+class FileCreator;
 template <class File>
 struct SlotFileOps;
 
@@ -38,14 +38,15 @@ class [[gnu::visibility("default")]] EventFile {
     static void Init();
     // Points the class at the event files beside path, with the record count of
     // path's header and the given version numbers in their names; 1, or 0 with a
-    // message on standard error. A path that does not fit 999 characters or holds
-    // a '%' changes nothing; one without a '/' means the current directory; one
-    // that can't be read or does not match may leave the record count, file size
-    // and large-storage flag replaced. Missing files there are made all the same,
+    // message on standard error. A path over 999 characters, or a directory over 973
+    // or with a '%', changes nothing; a path without a '/' means the current
+    // directory; one that can't be read or does not match may leave the record
+    // count, file size and large-storage flag replaced. Missing files there are made all the same,
     // with the size that Init settled. Only while no other thread uses the class.
     static int SetUpReading(char const* path, int major, int minor, int fix);
 
-    // Whether anything stands at the path of that file; false before Init.
+    // Whether anything stands at the path of that file; false before Init. The
+    // second asks the backup data directory.
     static bool FileExist(int fileIndex);
     static bool BackupFileExist(int fileIndex);
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
@@ -63,7 +64,8 @@ class [[gnu::visibility("default")]] EventFile {
     // Opens the file, or makes it; false leaves the object closed. An open
     // descriptor is closed first.
     bool openFd();
-    // Replaces the file at path by a new empty one and opens that.
+    // Replaces the file at path by a new empty one and opens that; false leaves the
+    // object closed.
     bool cleanFile(char const* path);
     void closeFd();
 
@@ -80,8 +82,8 @@ class [[gnu::visibility("default")]] EventFile {
     // could be read. A negative count raises std::bad_alloc.
     std::vector<EventMsg> readRecords(int firstSlot, int count);
     // Both update what the object knows even if the write itself fails. addRecord
-    // follows the newest record as far as known and never wraps; writeRecord
-    // takes slots from 0 to getRecordCount() - 1.
+    // follows the newest record and never wraps: ask recentRecordIndex() first, else
+    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1.
     bool addRecord(EventMsg const& record);
     bool writeRecord(EventMsg const& record, int slot);
 
@@ -101,6 +103,8 @@ class [[gnu::visibility("default")]] EventFile {
   private:
     friend struct SlotFileOps<EventFile>;
     struct Traits;
+
+    static bool adoptHeader(char const* path);
 
     static char const* sFileNameFormat;
     static char const* sFileLocation;

@@ -65,8 +65,8 @@ class [[gnu::visibility("default")]] LightSourceFile {
     // could be read. A negative count raises std::bad_alloc.
     std::vector<LightSourceRecord> readRecords(int firstSlot, int count);
     // Both update what the object knows even if the write itself fails. addRecord
-    // follows the newest record as far as known and never wraps; writeRecord
-    // takes slots from 0 to getRecordCount() - 1.
+    // follows the newest record and never wraps: ask recentRecordIndex() first, else
+    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1.
     bool addRecord(LightSourceRecord const& record);
     bool writeRecord(LightSourceRecord const& record, int slot);
 

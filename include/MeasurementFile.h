@@ -5,10 +5,10 @@
 
 #include "msgclasses/MeasurementRecord.h"
 #include "msgclasses/TimeStamp.h"
-#include "util/FileCreator.h"
 
 namespace ZEB {
 
+class FileCreator;
 template <class File>
 struct SlotFileOps;
 
@@ -50,7 +50,8 @@ class [[gnu::visibility("default")]] MeasurementFile {
     // Opens the file, or makes it; false leaves the object closed. An open
     // descriptor is closed first.
     bool openFd();
-    // Replaces the file at path by a new empty one and opens that.
+    // Replaces the file at path by a new empty one and opens that; false leaves the
+    // object closed.
     bool cleanFile(char const* path);
     void closeFd();
 
@@ -67,8 +68,8 @@ class [[gnu::visibility("default")]] MeasurementFile {
     // could be read. A negative count raises std::bad_alloc.
     std::vector<MeasurementRecord> readRecords(int firstSlot, int count);
     // Both update what the object knows even if the write itself fails. addRecord
-    // follows the newest record as far as known and never wraps; writeRecord
-    // takes slots from 0 to getRecordCount() - 1.
+    // follows the newest record and never wraps: ask recentRecordIndex() first, else
+    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1.
     bool addRecord(MeasurementRecord const& record);
     bool writeRecord(MeasurementRecord const& record, int slot);
 

@@ -5,7 +5,10 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 
 namespace ZEB {
 
@@ -21,19 +24,40 @@ std::string hiddenPath(std::string const& path, std::string const& directory,
 }
 
 bool makeFile(char const* path, std::int64_t size) {
+    unlink(path);  // left by a process that had the same number
     int const fd = open(path, O_RDWR | O_CREAT | O_EXCL, 0600);
     if (fd == -1) return false;
-    int const failure = posix_fallocate(fd, 0, size);
+    int failure = 0;
+    do {
+        failure = posix_fallocate(fd, 0, size);
+    } while (failure == EINTR);
     close(fd);
-    if (failure != 0) unlink(path);
+    if (failure == 0) return true;
+    unlink(path);
     errno = failure;
-    return failure == 0;
+    return false;
+}
+
+// What processes that are no more left half made.
+void removeLeftovers(std::string const& directory, std::string const& name) {
+    std::error_code failed;
+    std::filesystem::directory_iterator entry(directory, failed);
+    for (; !failed && entry != std::filesystem::directory_iterator(); entry.increment(failed)) {
+        int process = 0;
+        std::string const pattern = name + ".%d.";
+        if (std::sscanf(entry->path().filename().c_str(), pattern.c_str(), &process) == 1 &&
+            kill(process, 0) == -1 && errno == ESRCH) {
+            unlink(entry->path().c_str());
+        }
+    }
 }
 
 }  // namespace
 
 FileCreator::FileCreator(char const* name, char const* directory, std::int64_t fileSize)
-    : mName(name), mDirectory(directory), mFileSize(fileSize) {}
+    : mName(name), mDirectory(directory), mFileSize(fileSize) {
+    removeLeftovers(mDirectory, mName);
+}
 
 bool FileCreator::GetNewFile(char const* path) {
     std::string const hidden = hiddenPath(path, mDirectory, mName);

@@ -10,7 +10,8 @@ namespace ZEB {
 class FileCreator {
   public:
     // name: begins the hidden name under which a file is made; directory: where
-    // files usually go; fileSize: bytes.
+    // files usually go; fileSize: bytes. Removes from directory what processes that
+    // are no more left half made.
     FileCreator(char const* name, char const* directory, std::int64_t fileSize);
 
     // Puts a new file at path, replacing what stands there, or returns false and

@@ -7,6 +7,7 @@
 #include "files/CopyFile.h"
 #include "files/FileNames.h"
 #include "files/SlotFileOps.h"
+#include "util/FileCreator.h"
 #include "util/VEKPaths.h"
 
 namespace ZEB {
@@ -35,8 +36,24 @@ std::uint32_t EventFile::sVersionFix = 7;
 FileCreator* EventFile::mFileCreator = nullptr;
 
 namespace {
+
 constexpr std::size_t PathSize = 1000;
+constexpr std::uint16_t FullRecordCount = 65000;
+
+// The directory of path and the format of the event files in it. False for a path
+// that does not fit, or a directory that would not do as a format.
+bool placeBeside(char const* path, char (&location)[PathSize], char (&format)[PathSize]) {
+    if (!formatPath(location, "%s", path)) return false;
+    if (char* const slash = std::strrchr(location, '/')) {
+        *slash = '\0';
+    } else {
+        std::strcpy(location, ".");
+    }
+    return formatPath(format, "%s/%s", location, EventNameFormat) &&
+           std::strchr(location, '%') == nullptr;
 }
+
+}  // namespace
 
 void EventFile::Init() {
     static char DataFileFormat[256];
@@ -44,35 +61,22 @@ void EventFile::Init() {
     if (sFileNameFormat != nullptr) return;
     VEKDataFile(EventNameFormat, DataFileFormat, sizeof DataFileFormat);
     VEKDataFile("", DataFileDir, sizeof DataFileDir);
-    sLargeStorage = true;
-    sRecordCount = 65000;
-    sFileLocation = DataFileDir;
     adoptBlockSize(DataFileDir, sBlkSize);
-    sFileSize = RecordSize * sRecordCount + static_cast<int>(HeaderSize);
-    mFileCreator = new FileCreator(EventCreatorName, sFileLocation, sFileSize);
-    sFileNameFormat = DataFileFormat;  // last: after an exception Init starts again
+    constexpr int FileSize = RecordSize * FullRecordCount + static_cast<int>(HeaderSize);
+    // Before the settings: after an exception Init starts again.
+    mFileCreator = new FileCreator(EventCreatorName, DataFileDir, FileSize);
+    sLargeStorage = true;
+    sRecordCount = FullRecordCount;
+    sFileSize = FileSize;
+    sFileLocation = DataFileDir;
+    sFileNameFormat = DataFileFormat;
 }
 
-int EventFile::SetUpReading(char const* path, int major, int minor, int fix) {
-    static char ReadingFileLocation[PathSize];
-    static char ReadingFileFormat[PathSize];
-    Init();
-    char location[PathSize];
-    char format[PathSize];
-    bool fits = formatPath(location, "%s", path);
-    char* const slash = std::strrchr(location, '/');
-    if (slash == nullptr) std::strcpy(location, ".");
-    if (slash != nullptr) *slash = '\0';
-    fits = fits && formatPath(format, "%s/%s", location, EventNameFormat);
-    if (!fits || std::strchr(location, '%') != nullptr) {
-        std::fprintf(stderr, "Path too long or with a %%: %s\n", path);
-        return 0;
-    }
-
+bool EventFile::adoptHeader(char const* path) {
     int const fd = open(path, O_RDWR);
     if (fd == -1) {
         std::fprintf(stderr, "Failed to open %s\n", path);
-        return 0;
+        return false;
     }
     sFileSize = lseek(fd, 0, SEEK_END);
     FileHeader found = Ops::header();
@@ -81,14 +85,28 @@ int EventFile::SetUpReading(char const* path, int major, int minor, int fix) {
     sRecordCount = found.recordCount;
     if (size != static_cast<ssize_t>(HeaderSize)) {
         std::fprintf(stderr, "FAILED to read header information from %s\n", path);
-        return 0;
+        return false;
     }
     sLargeStorage = sRecordCount > SmallStorageSlots;
     if (!sameFamily(found, Ops::header()) || sRecordCount == 0) {
         std::fprintf(stderr, "Header information of EventFile does not match\n");
+        return false;
+    }
+    return true;
+}
+
+int EventFile::SetUpReading(char const* path, int major, int minor, int fix) {
+    static char ReadingFileLocation[PathSize];
+    static char ReadingFileFormat[PathSize];
+    Init();
+    char location[PathSize];
+    char format[PathSize];
+    if (!placeBeside(path, location, format)) {
+        std::fprintf(stderr, "ZEB::EventFile::SetUpReading - path too long or with a %%: %s\n",
+                     path);
         return 0;
     }
-
+    if (!adoptHeader(path)) return 0;
     std::strcpy(ReadingFileLocation, location);
     std::strcpy(ReadingFileFormat, format);
     sFileLocation = ReadingFileLocation;
@@ -116,8 +134,8 @@ bool EventFile::BackupFileExist(int fileIndex) {
     VEKBackupDataFile("", directory, sizeof directory);
     if (!formatPath(path, EventPathFormat, directory, sVersionMajor, sVersionMinor, sVersionFix,
                     fileIndex)) {
-        VEKLogMsg(1, "ZEB::EventFile::BackupFileExist - filepath %s (%d) too long", sFileNameFormat,
-                  fileIndex);
+        VEKLogMsg(1, "ZEB::EventFile::BackupFileExist - filepath %s (%d) too long",
+                  sFileNameFormat != nullptr ? sFileNameFormat : EventNameFormat, fileIndex);
         return false;
     }
     return exists(path);

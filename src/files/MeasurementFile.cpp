@@ -4,6 +4,7 @@
 
 #include "files/FileNames.h"
 #include "files/SlotFileOps.h"
+#include "util/FileCreator.h"
 #include "util/VEKPaths.h"
 
 namespace ZEB {
@@ -27,21 +28,24 @@ FileCreator* MeasurementFile::mFileCreator = nullptr;
 
 namespace {
 constexpr std::size_t PathSize = 100;
-}
+constexpr std::uint16_t FullRecordCount = 65000;
+}  // namespace
 
 void MeasurementFile::Init() {
     static char DataFileFormat[256];
     static char DataFileDir[256];
     if (sFileNameFormat != nullptr) return;
-    sRecordCount = 65000;
-    sLargeStorage = true;
     VEKDataFile(MeasurementNameFormat, DataFileFormat, sizeof DataFileFormat);
     VEKDataFile("", DataFileDir, sizeof DataFileDir);
-    sFileSize = sRecordCount * RecordSize + static_cast<int>(HeaderSize);
-    sFileLocation = DataFileDir;
     adoptBlockSize(DataFileDir, sBlkSize);
-    mFileCreator = new FileCreator(MeasurementCreatorName, sFileLocation, sFileSize);
-    sFileNameFormat = DataFileFormat;  // last: after an exception Init starts again
+    constexpr int FileSize = RecordSize * FullRecordCount + static_cast<int>(HeaderSize);
+    // Before the settings: after an exception Init starts again.
+    mFileCreator = new FileCreator(MeasurementCreatorName, DataFileDir, FileSize);
+    sLargeStorage = true;
+    sRecordCount = FullRecordCount;
+    sFileSize = FileSize;
+    sFileLocation = DataFileDir;
+    sFileNameFormat = DataFileFormat;
 }
 
 char const* MeasurementFile::getFileLocation() {

@@ -40,6 +40,8 @@ struct SlotFileOps {
     using Traits = typename File::Traits;
     using Record = typename Traits::Record;
 
+    static_assert(File::RecordSize <= MaxRecordSize);
+
     static FileHeader header() { return header(File::sRecordCount); }
 
     static FileHeader header(std::uint16_t slots) {
@@ -50,7 +52,7 @@ struct SlotFileOps {
 
     // Opens the file at path and takes slot 0 over, or has it made anew.
     static bool openFile(File& file, char const* path, int flags) {
-        if (file.mFd != -1) file.closeFd();
+        if (closeDescriptor(file)) DropCaches();
         HeaderCheck check = HeaderCheck::Rejected;
         {
             [[maybe_unused]] auto const lock = Traits::lock(file);
@@ -72,8 +74,8 @@ struct SlotFileOps {
 
     // Replaces the file at path by a new one from the class's FileCreator.
     static bool replaceFile(File& file, char const* path, char const* unlinkFailed) {
-        if (file.mFd != -1) {
-            file.closeFd();
+        if (closeDescriptor(file)) {
+            DropCaches();
             if (unlink(path) != 0) {
                 std::perror(unlinkFailed);
                 return false;

@@ -24,7 +24,6 @@ HeaderCheck checkFile(int fd, FileHeader const& expected, std::int64_t fileSize,
     if (end == -1) return HeaderCheck::NoLength;
     if (end < fileSize) return HeaderCheck::Rejected;
 
-    constexpr std::size_t MaxRecordSize = 256;
     char start[HeaderSize + MaxRecordSize];
     std::size_t const wanted = HeaderSize + expected.recordSize;
     if (pread(fd, start, wanted, 0) != static_cast<ssize_t>(wanted)) return HeaderCheck::Rejected;

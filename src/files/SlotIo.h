@@ -16,6 +16,7 @@ struct FileHeader {
 };
 constexpr std::size_t HeaderSize = 18;
 static_assert(sizeof(FileHeader) == HeaderSize);
+constexpr std::size_t MaxRecordSize = 110;
 
 // A file with more slots belongs to an instrument with large storage.
 constexpr int SmallStorageSlots = 2000;
