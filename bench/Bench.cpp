@@ -13,11 +13,13 @@ std::string wanted;
 
 class Collector : public benchmark::BenchmarkReporter {
   public:
+    explicit Collector(bool wallClock) : mWallClock(wallClock) {}
     bool ReportContext(Context const&) override { return true; }
     void ReportRuns(std::vector<Run> const& runs) override {
         for (Run const& run : runs) {
             if (run.run_type != Run::RT_Aggregate) continue;
-            mFound[run.run_name.function_name][run.aggregate_name] = run.GetAdjustedRealTime();
+            mFound[run.run_name.function_name][run.aggregate_name] =
+                mWallClock ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
         }
     }
     Figures figures(std::string const& name) {
@@ -25,6 +27,7 @@ class Collector : public benchmark::BenchmarkReporter {
     }
 
   private:
+    bool mWallClock;
     std::map<std::string, std::map<std::string, double>> mFound;
 };
 
@@ -56,7 +59,7 @@ std::vector<Figures> measure(std::vector<Side> const& sides, Repeat repeat) {
         added->ComputeStatistics("p99", p99);
         if (repeat.iterations > 0) added->Iterations(repeat.iterations);
     }
-    Collector collector;
+    Collector collector(repeat.waits);
     benchmark::RunSpecifiedBenchmarks(&collector);
     std::vector<Figures> figures;
     for (Side const& one : sides) figures.push_back(collector.figures(one.name));

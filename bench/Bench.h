@@ -26,6 +26,9 @@ Side side(std::string name, MakeOp makeOp) {
 struct Repeat {
     benchmark::IterationCount iterations = 0;  // of one repetition; 0: as many as 50 ms hold
     int repetitions = 15;
+    // Work that waits is timed by the clock on the wall; all other work by the
+    // processor time it takes, which others on the machine disturb less.
+    bool waits = false;
 };
 
 struct Figures {

@@ -39,7 +39,7 @@ Row append() {
             0,
             side("library", library),
             side("bare", bare),
-            {1, 51}};
+            {1, 51, true}};
 }
 
 Row startUp() {

@@ -132,7 +132,7 @@ Row moveRow(std::string work, int repetitions, Prepare prepare, Before before) {
             1.3,
             side("library", library),
             side("bare", bare),
-            {1, repetitions},
+            {1, repetitions, true},
             {},
             1.3};
 }
