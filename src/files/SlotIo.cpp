@@ -84,7 +84,7 @@ std::iostream& streamOver(char* bytes, std::size_t size) {
     thread_local ThreadStream* kept = nullptr;
     if (kept == nullptr) kept = new (storage) ThreadStream;
     kept->buffer.standOver(bytes, size);
-    kept->stream.clear();
+    if (!kept->stream.good()) kept->stream.clear();
     return kept->stream;
 }
 
