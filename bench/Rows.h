@@ -13,6 +13,10 @@ namespace bench {
 void eventRows();
 void measurementRows();
 void lampRows();
+void peerRows();
+void growth();  // the charts' data, one line a point
+void latency();
+void proofs();
 
 // Slots in random order, never slot 0, which a file object answers from memory.
 class SomeSlot {

@@ -7,7 +7,9 @@
 
 int main(int argc, char** argv) {
     if (argc < 3) {
-        std::fprintf(stderr, "Usage: vek_bench MODE DIRECTORY (emptied) [PART OF A ROW'S NAME]\n");
+        std::fprintf(stderr,
+                     "Usage: vek_bench rows|peers|growth|latency|proofs DIRECTORY (emptied) [PART "
+                     "OF A ROW'S NAME]\n");
         return 2;
     }
     char interleaved[] = "--benchmark_enable_random_interleaving=true";
@@ -24,5 +26,9 @@ int main(int argc, char** argv) {
         bench::measurementRows();
         bench::lampRows();
     }
+    if (mode == "peers") bench::peerRows();
+    if (mode == "growth") bench::growth();
+    if (mode == "latency") bench::latency();
+    if (mode == "proofs") bench::proofs();
     return bench::rowsMissed() > 0 ? 1 : 0;
 }
