@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -89,10 +90,12 @@ class LogFile {
     Record mRecentRecord;
 };
 
-// Reads runs of slots in large blocks and hands over record after record.
+// Reads runs of slots in large blocks and hands over record after record; going
+// forward, the next block is read while this one is looked at.
 class SlotReader {
   public:
-    explicit SlotReader(Progress& progress) : mProgress(progress), mBytes(new char[BlockSize]) {}
+    explicit SlotReader(Progress& progress)
+        : mProgress(progress), mBytes(new char[BlockSize]), mAhead(new char[BlockSize]) {}
 
     // visit(slot, record) is called for each slot, used or not, until it returns
     // false; the result is false, then.
@@ -100,11 +103,25 @@ class SlotReader {
     bool forward(LogFile<Kind> const& file, int first, int count, Visit const& visit) {
         typename Kind::Record record;
         int const end = first + count;
+        std::future<void> ahead;
         for (int slot = first; slot < end;) {
             int const length = std::min(end - slot, blockSlots<Kind>());
-            read(file, slot, length);
+            if (ahead.valid()) {
+                ahead.get();
+                std::swap(mBytes, mAhead);
+            } else {
+                file.readBytes(slot, length, mBytes.get());
+            }
+            mProgress.add(std::int64_t{length} * LogFile<Kind>::RecordSize);
+            int const next = slot + length;
+            if (next < end) {
+                int const nextLength = std::min(end - next, blockSlots<Kind>());
+                ahead = std::async(std::launch::async, [&file, next, nextLength, this] {
+                    file.readBytes(next, nextLength, mAhead.get());
+                });
+            }
             std::iostream& in = streamOver(mBytes.get(), BlockSize);
-            for (int const blockEnd = slot + length; slot < blockEnd; ++slot) {
+            for (; slot < next; ++slot) {
                 record.deserialize(in);
                 if (!visit(slot, record)) return false;
             }
@@ -118,7 +135,8 @@ class SlotReader {
         typename Kind::Record record;
         for (int end = first + count; end > first;) {
             int const length = std::min(end - first, blockSlots<Kind>());
-            read(file, end - length, length);
+            file.readBytes(end - length, length, mBytes.get());
+            mProgress.add(std::int64_t{length} * LogFile<Kind>::RecordSize);
             for (int i = length; i-- > 0;) {
                 record.deserialize(
                     streamOver(mBytes.get() + static_cast<std::size_t>(i) * Size, Size));
@@ -137,14 +155,9 @@ class SlotReader {
         return static_cast<int>(BlockSize / LogFile<Kind>::RecordSize);
     }
 
-    template <class Kind>
-    void read(LogFile<Kind> const& file, int slot, int count) {
-        file.readBytes(slot, count, mBytes.get());
-        mProgress.add(std::int64_t{count} * LogFile<Kind>::RecordSize);
-    }
-
     Progress& mProgress;
     std::unique_ptr<char[]> mBytes;
+    std::unique_ptr<char[]> mAhead;
 };
 
 }  // namespace ZEB::tool

@@ -55,16 +55,19 @@ class Verifier {
     }
 
   private:
+    struct Extreme {
+        std::int32_t key;
+        int slot;
+    };
+
     struct Found {
         Slots used;
         Slots unused;
         Slots afterUnused;
         Slots falls;
         std::string firstFall;
-        std::int32_t oldestKey = std::numeric_limits<std::int32_t>::max();
-        std::int32_t newestKey = std::numeric_limits<std::int32_t>::min();
-        TimeStamp oldest;
-        TimeStamp newest;
+        Extreme oldest{std::numeric_limits<std::int32_t>::max(), 0};
+        Extreme newest{std::numeric_limits<std::int32_t>::min(), 0};
     };
 
     void report(int index, Json slot, std::string const& cause, ExitCode code = Damage) {
@@ -106,11 +109,15 @@ class Verifier {
             return true;
         });
         if (reportFaults(index, *file, found)) return;
+        auto const timeAt = [&](int slot) -> Json {
+            return found.used.count > 0 ? Json(timeText(file->readRecord(slot).timeStamp()))
+                                        : Json();
+        };
         mTable.row({mLog.fileName(index),
                     {},
                     found.used.count,
-                    found.used.count > 0 ? Json(timeText(found.oldest)) : Json(),
-                    found.used.count > 0 ? Json(timeText(found.newest)) : Json(),
+                    timeAt(found.oldest.slot),
+                    timeAt(found.newest.slot),
                     "sound"});
     }
 
@@ -125,14 +132,8 @@ class Verifier {
         }
         mHasKey = true;
         mLastKey = key;
-        if (key < found.oldestKey) {
-            found.oldestKey = key;
-            found.oldest = record.timeStamp();
-        }
-        if (key >= found.newestKey) {
-            found.newestKey = key;
-            found.newest = record.timeStamp();
-        }
+        if (key < found.oldest.key) found.oldest = {key, slot};
+        if (key >= found.newest.key) found.newest = {key, slot};
     }
 
     std::string fallText(std::int32_t key) const {
