@@ -1,0 +1,350 @@
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+
+#include "BasicEventLog.h"
+#include "BasicLightSourceLog.h"
+#include "BasicMeasurementLog.h"
+#include "Disk.h"
+#include "msgclasses/ByteStream.h"
+
+namespace ZEB {
+// The file classes' one friend: makes their files small, so that logs often go round.
+template <class File>
+struct SlotFileOps {
+    static void shrink(std::uint16_t slots) {
+        File::Init();
+        File::sRecordCount = slots;
+        File::sFileSize = 18 + slots * File::RecordSize;
+        if constexpr (File::RecordSize != LightSourceFile::RecordSize) {
+            File::sLargeStorage = false;
+            *File::mFileCreator = FileCreator(".Nxt", File::sFileLocation, File::sFileSize);
+        }
+    }
+};
+}  // namespace ZEB
+
+namespace rig {
+
+inline void require(bool holds, char const* what, int size = 0, int place = 0) {
+    if (holds) return;
+    std::printf("FAILED: %s (records of %d bytes, %d)\n", what, size, place);
+    std::fflush(stdout);
+    std::_Exit(1);
+}
+
+struct Slot {
+    char bytes[112];
+    bool operator==(Slot const& other) const { return std::memcmp(bytes, other.bytes, 112) == 0; }
+    bool used() const { return bytes[14] != 0; }
+};
+enum Doubt { Sure, Either, Anything };  // Either: the old or the new record, byte by byte
+
+// What one log must hold. Without pointers: a killed writer leaves it in shared memory.
+struct Held {
+    int first, count;
+    bool holes;  // records are missing, or of a cut clear(): a restart may go on elsewhere
+    Slot now[36], old[36];  // zero: never written
+    Doubt doubt[36];
+};
+
+inline bool mustReport = false;  // a call that was made to fail
+inline bool mustThrow = false;   // an allocation that was
+inline bool anew = false;        // that had a file made anew
+
+// A log together with its model; every operation does both and compares them.
+template <class Log, class File, class Record, int Files, int Slots>
+struct Part {
+    static constexpr int Size = File::RecordSize, Capacity = Files * Slots;
+    static constexpr int FileCount = Files, SlotCount = Slots;
+    static constexpr bool Lamps = Size == 36, Events = Size == 62, Measured = Size == 110;
+
+    explicit Part(Held& model) : held(model) { ZEB::SlotFileOps<File>::shrink(Slots); }
+
+    Held& held;
+    std::unique_ptr<Log> log;
+    bool unsure = false;  // a call failed since the log was opened
+
+    static std::string path(int file) {  // the pointer's behind the last file's
+        std::string const root = std::getenv("VEK_ROOT");
+        if (Lamps) return root + "/settings/lightsource_log.vek";
+        if (Events) return root + "/data/event_log-1-2-7#" + std::to_string(file) + ".vek";
+        if (file == Files) return root + "/data/currentMeasurementLog";
+        return root + "/data/measurement_log" + std::to_string(file) + ".vek";
+    }
+    static std::string backup(int file) {
+        std::string const from = path(file);
+        return (Events ? "/rig/backup/data" : "/mnt/sysdata/veklogs") +
+               from.substr(from.rfind('/'));
+    }
+    int firstHeld() const { return Lamps ? 0 : held.first; }
+    int next() const {
+        auto const end = static_cast<int>((long{held.first} + held.count) % Capacity);
+        if (!Lamps) return (end + Capacity) % Capacity;  // a damaged pointer can be negative
+        return held.count < Capacity ? held.count : (held.first + Capacity - 1) % Capacity;
+    }
+
+    void write(int id, bool advance) {
+        revive();
+        int const at = next();
+        propose(at);
+        Slot& slot = held.now[at] = {};
+        int const time = 65500 + (Lamps ? id : id / 2);  // some neighbours share theirs
+        std::memset(slot.bytes, 'a' + id % 26, Size);
+        std::memcpy(slot.bytes, &time, sizeof time);
+        if (Lamps) std::memcpy(slot.bytes + 18, &time, sizeof time);
+        clearClient(slot);
+        store(slot, advance);
+        bool const more = held.count < Capacity;
+        if (advance) ++(more ? held.count : held.first);
+        if (Lamps) held.first = held.count < Capacity ? 0 : more ? 1 : held.first % Capacity;
+        check();
+    }
+    void store(Slot const& slot, bool advance) {
+        ZEB::ByteBuf bytes(slot.bytes, Size);
+        ZEB::ByteStream stream(&bytes);
+        Record record;
+        record.deserialize(stream);
+        call(
+            [&] {
+                if (!log) return;
+                if constexpr (!Lamps) log->writeRecord(record);
+                if constexpr (Lamps)
+                    advance ? log->newRecord(record) : void(log->editRecord(record));
+            },
+            !Lamps);
+    }
+    void clear() {
+        revive();
+        for (int at = 0; at < Capacity; ++at) propose(at);
+        std::fill_n(held.now, Capacity, Slot{});
+        call(
+            [&] {
+                if (!log) return;
+            if constexpr (Events) log->clear();
+                if constexpr (!Events) log->Clear();
+            },
+            !Lamps);
+        held.first = held.count = 0;
+        held.holes = unsure;
+        check();
+    }
+    void query() {
+        revive();
+        std::string replies, expected;
+        int const wanted = std::clamp(held.count, 0, Capacity);
+        for (int i = 0; i < wanted; ++i) {
+            Slot slot = held.now[(firstHeld() + i) % Capacity];
+            clearClient(slot);
+            expected.append(slot.bytes, Size);
+        }
+        call(
+            [&] {
+                replies.clear();
+                auto first = static_cast<unsigned>(firstHeld());
+                for (auto count = static_cast<unsigned>(wanted); log && count > 0;) {
+                    ZEB::ByteBuf reply;
+                    log->GetLogRecords(&first, &count, 0, reply);
+                    replies.append(reply.data() + 8, reply.size() - 8);
+                }
+                if constexpr (Events) log->IsCurrentFile(path(next() / Slots).c_str());
+                if constexpr (Measured) log->SaveToFile((path(0) + ".txt").c_str(), 0, 1 << 30);
+            },
+            false);
+        require(unsure || replies == expected, "a reply differs", Size);
+        settle(!unsure);
+    }
+    void open() {
+        call([this] {
+            static_cast<void>(log.release());  // as a power cut leaves it
+            log = std::make_unique<Log>();
+            if constexpr (!Lamps) log->SetEnabled(true);
+        });
+    }
+    void close() {
+        call([this] { log.reset(); });
+    }
+    void reopen() {
+        close();
+        unsure = false;
+        start(true, true);
+    }
+    // All is lost but the backup: opening has to fetch it.
+    void restore() {
+        if (Lamps) return;
+        close();
+        bool const pointed = std::rename(path(Files).c_str(), backup(Files).c_str()) == 0;
+        if (Measured && !pointed) return reopen();
+        std::fill_n(held.old, Capacity, Slot{});
+        std::fill_n(held.doubt, Capacity, Either);
+        for (int i = 0; i < Files; ++i) std::rename(path(i).c_str(), backup(i).c_str());
+        sync();
+        unsure = false;
+        start(!held.holes, true);
+        dropBackup();
+    }
+    void dropBackup() {
+        for (int i = 0; i <= Files && !Lamps; ++i) std::remove(backup(i).c_str());
+        sync();
+    }
+
+    // Opens the log. returned: no operation was cut short; placeKnown: nor was anything
+    // lost. Returns how many records that the model was sure of are gone.
+    int start(bool returned, bool placeKnown) {
+        int const before = next();
+        auto const doubts = Capacity - std::count(held.doubt, held.doubt + Capacity, Sure);
+        open();
+        int const lost = settle(returned && !unsure);
+        range(held.first, held.count);
+        held.holes |= !returned && doubts > 1;
+        if (unsure || !placeKnown || held.holes) return lost;
+        int const end = next();
+        int const moved = (before + (Lamps ? Capacity - 1 : 1)) % Capacity;
+        // A move to the last file, cut short before its first record, is not noticed.
+        bool const skipped = Measured && end == 0 && before == Capacity - Slots;
+        require(end == before || (end == moved && (Lamps || !returned)) || skipped,
+                "the log goes on elsewhere", Size, end * 100 + before);
+        int const file = (end + Capacity - 1) % Capacity / Slots;
+        bool const wrapped = file + 1 < Files && held.now[(file + 1) * Slots].used();
+        int const count = wrapped || (end == 0 && held.count != 0) ? Capacity : end;
+        require(Lamps || held.count == count, "the log counts other records", Size, end);
+        return lost;
+    }
+
+    // Compares the disk with the model, which then takes over what is there.
+    int settle(bool returned) {
+        int lost = 0;
+        auto const disk = onDisk();
+        for (int at = 0; at < Capacity; ++at) {
+            Slot& now = held.now[at];
+            Slot const& found = disk[at];
+            Doubt const doubt = returned && held.doubt[at] == Either ? Sure : held.doubt[at];
+            lost += !(found == now) && doubt != Either && now.used();
+            if (!(found == now) && doubt == Sure) {
+                require(unsure && found == Slot{}, "a slot not written to changed", Size, at);
+                anew = true;
+            }
+            for (int i = 0; i < Size && doubt == Either; ++i) {
+                char const byte = found.bytes[i];
+                require(byte == now.bytes[i] || byte == held.old[at].bytes[i],
+                        "a slot holds neither the old nor the new record", Size, at);
+            }
+            now = found;
+            held.doubt[at] = Sure;
+        }
+        return lost;
+    }
+    // What lies in the files; zero where one is unfit.
+    static std::unique_ptr<Slot[]> onDisk() {
+        auto found = std::make_unique<Slot[]>(Capacity);
+        for (int file = 0; file < Files; ++file) {
+            char bytes[18 + Slots * Size], header[18] = {};
+            std::copy_n(File::Cookie, 12, header);
+            header[12] = 1, header[14] = Size, header[16] = Slots;
+            int const fd = ::open(path(file).c_str(), O_RDWR);
+            bool const whole = pread(fd, bytes, sizeof bytes, 0) == sizeof bytes;
+            if (fd != -1) ::close(fd);
+            bytes[11] = '\0';  // not looked at
+            if (!whole || std::memcmp(bytes, header, sizeof header) != 0) continue;
+            for (int i = 0; i < Slots; ++i) {
+                std::copy_n(bytes + 18 + i * Size, Size, found[file * Slots + i].bytes);
+            }
+        }
+        return found;
+    }
+
+  private:
+    static void clearClient(Slot& slot) {
+        std::memset(slot.bytes + (Events ? 18 : Measured ? 16 : 34), 0, 2);
+    }
+    void range(int& first, int& count) {
+        if (!log) return;
+        ZEB::ByteBuf reply;
+        log->GetLogRange(reply);
+        std::memcpy(&first, reply.data(), 4);
+        std::memcpy(&count, reply.data() + 4, 4);
+    }
+    void propose(int at) {
+        held.old[at] = held.now[at];
+        held.doubt[at] = Either;
+    }
+    void revive() {
+        if (!log) start(true, false);
+    }
+    void check() {
+        settle(!unsure);
+        int first = held.first, count = held.count;
+        range(first, count);
+        require(first == held.first && count == held.count, "another first or count", Size, first);
+    }
+
+    // Runs the code under test, again where an allocation was made to fail.
+    template <typename Function>
+    void call(Function function, bool reports = true) {
+        off_t const told = lseek(STDERR_FILENO, 0, SEEK_CUR);
+        bool threw = false;
+        for (bool done = mustReport = false; !done; watching = false) {
+            try {
+                watching = true;
+                function();
+                done = true;
+            } catch (std::bad_alloc const&) {
+                onAllocation = nullptr;
+                mustThrow = false;
+            } catch (std::logic_error const&) {
+                require(unsure, "an exception without a cause", Size);
+                done = threw = true;
+            }
+        }
+        require(!mustThrow, "a failed allocation was swallowed", Size);
+        bool const silent = !threw && lseek(STDERR_FILENO, 0, SEEK_CUR) == told;
+        require(!mustReport || !reports || !silent, "a failure was not reported", Size);
+    }
+};
+
+// The three logs, and a random life for them.
+struct State {
+    Held held[3];
+    int id;
+    unsigned random;
+};
+struct Rig {
+    State& state;
+    Part<ZEB::BasicEventLog, ZEB::EventFile, ZEB::EventMsg, 9, 4> events{state.held[0]};
+    Part<ZEB::BasicMeasurementLog, ZEB::MeasurementFile, ZEB::MeasurementRecord, 5, 5> measured{
+        state.held[1]};
+    Part<ZEB::BasicLightSourceLog, ZEB::LightSourceFile, ZEB::LightSourceRecord, 1, 7> lamps{
+        state.held[2]};
+
+    template <typename Function>
+    void each(Function function) {
+        function(events), function(measured), function(lamps);
+    }
+    // Without lamps only a move of the measurement log flushes anything.
+    void step(bool withLamps, bool withRestore) {
+        unsigned const number = (state.random = state.random * 1664525 + 1013904223) >> 8;
+        unsigned const what = number / 8 % 100;
+        auto const act = [&](auto& part) {
+            if (what < 80) return part.write(++state.id, !part.Lamps || what < 60);
+            if (what < 88) return part.reopen();
+            if (what < 94) return part.query();
+            if (what < 97) return part.clear();
+            if (withRestore) part.restore();
+        };
+        unsigned const which = number % (withLamps ? 3 : 2);
+        which == 0 ? act(events) : which == 1 ? act(measured) : act(lamps);
+    }
+};
+
+}  // namespace rig

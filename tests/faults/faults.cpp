@@ -1,0 +1,311 @@
+#include <dirent.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+#include <iterator>
+#include <thread>
+
+#include "Rig.h"
+
+// faults KIND SEED STEPS STRIDE: a random life of the three logs. A child is forked
+// for each STRIDE-th fault of the kind, goes on from there and checks what it finds.
+// Prints: kind, tried, failed, and the most records that each log lost where what had
+// been written was kept, and where it was dropped.
+namespace {
+
+using namespace rig;
+
+struct Shared {
+    State state;
+    long tried, failed, lost[2][3];
+    char anew[400];  // the calls whose failure had a file made anew
+};
+auto& shared = *static_cast<Shared*>(
+    mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+State own{};
+std::unique_ptr<Rig> rigged;
+bool withLamps = false, strict = true, isChild = false;
+int cutsLeft = 1, stepsLeft = 40;
+unsigned stride = 1, unit = 0;
+std::string failing;
+Fault failure;
+
+bool inChild(std::string const& name, unsigned variant) {
+    if (unit++ % stride != 0) return false;
+    ++shared.tried;
+    pid_t const pid = fork();
+    if (pid == 0) {
+        alarm(60);
+        return isChild = true;
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    if (status == 0) return false;
+    ++shared.failed;
+    std::printf("  fault %u: %s, variant %u, status %d\n", unit - 1, name.c_str(), variant, status);
+    std::fflush(stdout);
+    return false;
+}
+
+void live(int steps, bool withRestore) {
+    for (; steps > 0 && stepsLeft > 0; --steps, stepsLeft -= isChild) {
+        rigged->step(withLamps, withRestore);
+    }
+}
+void reopenAll() {
+    rigged->each([](auto& part) { part.reopen(); });
+}
+
+// Starts over what a cut, a kill or damage left.
+void recover(int loss, bool placeKnown) {
+    long* most = shared.lost[loss > 0];
+    rigged->each([&](auto& part) {
+        *most = std::max<long>(*most, part.start(false, placeKnown));
+        ++most;
+    });
+}
+
+Fault cut(std::string const& name, std::size_t size, Change const* change);
+
+[[noreturn]] void powerCut(unsigned loss, bool whole) {
+    onCall = --cutsLeft > 0 ? cut : nullptr;
+    strict = strict && loss == 0;
+    rigged->each([&](auto& part) {
+        auto const now = part.onDisk();
+        swapWithFlushed();
+        auto const flushed = part.onDisk();
+        swapWithFlushed();
+        for (int at = 0; at < part.Capacity && loss > 0; ++at) {
+            bool const safe = now[at] == flushed[at];
+            require(!part.Lamps || safe || part.held.doubt[at] != Sure, "an unflushed lamp record");
+            if (!safe || !now[at].used()) part.held.doubt[at] = Anything;
+        }
+        part.held.holes |= loss > 0 || !whole;
+    });
+    std::size_t const one = unit * 2654435761u % std::max<std::size_t>(pendingChanges(), 1);
+    lose([&](std::size_t i) {
+        return loss == 0 || (loss == 2 && i != one) || (loss == 3 && i == one) ||
+               (loss == 4 && (i * 2654435761u + one * 40503u) / 8 % 2 == 0);
+    });
+    recover(static_cast<int>(loss), strict && whole);
+    onCall = nullptr;
+    rigged->each([](auto& part) { part.dropBackup(); });
+    live(12, false);
+    reopenAll();
+    std::_Exit(0);
+}
+
+Fault cut(std::string const& name, std::size_t size, Change const* change) {
+    if (change == nullptr && name != "fsync" && name != "sync") return {};
+    std::size_t const length = change != nullptr && size > 0 ? size : 1;
+    for (std::size_t tear = 0; tear<length; tear += length> 200 ? length / 9 : 1) {
+        for (unsigned loss = 0; loss < (tear == 0 ? 5 : 2); ++loss) {
+            if (!inChild(name + " at byte " + std::to_string(tear), loss)) continue;
+            if (tear > 0) {
+                Change part = *change;
+                part.bytes.resize(tear);
+                perform(part);
+            }
+            powerCut(loss, tear == 0);
+        }
+    }
+    return {};
+}
+
+Fault failAgain(std::string const& name, std::size_t, Change const* change) {
+    if (name != failing) return {};
+    rigged->each([](auto& part) { part.unsure = part.held.holes = true; });
+    mustReport = failure.error != 0 && (name == "open" || name == "unlink" || name == "opendir" ||
+                                        name == "posix_fallocate" || (name == "fopen" && change));
+    return failure;
+}
+Fault fail(std::string const& name, std::size_t size, Change const* change) {
+    for (unsigned variant = 0; variant < 4; ++variant) {  // odd ones fail for good
+        if (!inChild(name, variant)) continue;
+        bool const full = name == "pwrite" || name == "fwrite" || name == "posix_fallocate";
+        failing = name;
+        failure.error = full ? ENOSPC : name.find("open") != std::string::npos ? EMFILE : EIO;
+        if (variant > 1) failure = size > 1 ? Fault{0, size / 2} : Fault{EINTR};
+        onCall = variant % 2 == 1 ? failAgain : nullptr;
+        return failAgain(name, size, change);
+    }
+    return {};
+}
+void failAllocation() {
+    for (unsigned variant = 0; variant < 2 && !isChild; ++variant) {
+        if (!inChild("allocation", variant)) continue;
+        if (variant == 0) onAllocation = nullptr;
+    }
+    if (!isChild) return;
+    mustThrow = true;
+    throw std::bad_alloc();
+}
+
+template <class Part>
+void damage(Part& part, int file, std::string const& bytes) {
+    int const fd = open(part.path(file).c_str(), O_RDWR | O_CREAT | O_TRUNC);
+    require(pwrite(fd, bytes.data(), bytes.size(), 0) != -1, "can't damage");
+    close(fd);
+    std::fill_n(&part.held.doubt[file % part.FileCount * part.SlotCount], part.SlotCount, Anything);
+    powerCut(0, false);
+}
+template <class Part>
+void damageAll(Part& part) {
+    part.close();
+    for (int file = 0; file < part.FileCount; file += 2) {
+        std::string bytes(18 + static_cast<std::size_t>(part.SlotCount * part.Size), '\0');
+        int const fd = open(part.path(file).c_str(), O_RDWR);
+        pread(fd, &bytes[0], bytes.size(), 0);
+        close(fd);
+        for (unsigned bit = 0; bit < bytes.size() * 8; ++bit) {
+            std::string flipped = bytes;
+            flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << bit % 8));
+            if (inChild("bit flip", bit)) damage(part, file, flipped);
+        }
+        for (unsigned length = 0; length < bytes.size() + 9; ++length) {
+            std::string const longer = bytes + std::string(9, 'x');
+            if (inChild("length", length)) damage(part, file, longer.substr(0, length));
+        }
+    }
+    char const* const pointers[] = {
+        "",     " 3\n", "x",  "1x", "+2",  "0x3",        "4",
+        "\xff", "-1",   "-7", "5",  "400", "2147483647", "99999999999999999999"};
+    for (unsigned i = 0; i < std::size(pointers) && part.Measured; ++i) {
+        if (inChild("pointer", i)) damage(part, part.FileCount, pointers[i]);
+    }
+}
+
+void killed(int rounds) {
+    for (shared.tried = 0; shared.tried < rounds; ++shared.tried) {
+        pid_t const pid = fork();
+        for (isChild = pid == 0; isChild;) rigged->step(withLamps, false);
+        usleep(static_cast<unsigned>(rand()) % 6000);
+        int status = 0;
+        shared.failed += kill(pid, SIGKILL) != 0 || waitpid(pid, &status, 0) != pid ||
+                         !WIFSIGNALED(status) || WTERMSIG(status) != SIGKILL;
+        recover(0, true);
+    }
+}
+
+// Only the numbers of descriptors, of files and of memory pages are looked at.
+void soak(long operations) {
+    long use[3], before[3] = {};
+    for (long i = 1; i <= operations; ++i) {
+        Slot slot = {};
+        std::memset(slot.bytes, 1 + static_cast<int>(i % 100), sizeof slot.bytes);
+        if (i % 3 == 0) rigged->events.store(slot, true);
+        if (i % 3 == 1) rigged->measured.store(slot, true);
+        if (i % 3 == 2) rigged->lamps.store(slot, true);
+        if (i % 10000 == 0) rigged->each([](auto& part) { part.close(), part.open(); });
+        if (i % (operations / 10) != 0) continue;
+        use[0] = 0;
+        for (int fd = 0; fd < 1000; ++fd) use[0] += fcntl(fd, F_GETFD) != -1;
+        dirent** names = nullptr;
+        use[1] = scandir((std::getenv("VEK_ROOT") + std::string("/data")).c_str(), &names, nullptr,
+                         nullptr);
+        std::FILE* const pages = std::fopen("/proc/self/statm", "r");
+        require(std::fscanf(pages, "%*d %ld", &use[2]) == 1, "no statm");
+        std::fclose(pages);
+        std::printf("  %ld operations: descriptor %ld, files %ld, pages %ld\n", i, use[0], use[1],
+                    use[2]);
+        bool const flat = use[0] == before[0] && use[1] == before[1] && use[2] < before[2] + 16;
+        if (i > operations / 10) shared.failed += !flat;
+        if (i == operations / 10) std::copy_n(use, 3, before);
+        shared.tried = i;
+    }
+}
+
+void threads(int rounds) {
+    ZEB::EventFile file(0);
+    auto& log = *rigged->measured.log;
+    auto const repeat = [&](auto function) {
+        return std::thread([=] {
+            for (int i = 0; i < rounds; ++i) function(i);
+        });
+    };
+    auto const write = [&](int i) {
+        log.writeRecord(ZEB::MeasurementRecord(ZEB::TimeStamp(1 + i), 1));
+    };
+    auto const read = [&](int i) {
+        ZEB::ByteBuf reply;
+        unsigned first = static_cast<unsigned>(i), count = 9;
+        log.GetLogRange(reply);
+        log.GetLogRecords(&first, &count, 1, reply);
+    };
+    auto const disturb = [&](int i) {
+        if (i % 7 == 0) log.SaveToFile(rigged->measured.path(-1).c_str(), 0, i);
+        if (i % 19 == 0) log.Clear();
+        if (i % 31 == 0) log.close();
+        log.SetEnabled(log.GetCount() + log.GetFirst() >= 0);
+    };
+    auto const readEvents = [&](int i) {
+        require(file.readRecords(0, 4).size() == 4 && file.readRecord(1 + i % 3).client() == 0,
+                "read");
+    };
+    auto const writeEvents = [&](int i) {
+        file.writeRecord(ZEB::EventMsg(ZEB::TimeStamp(i), 1, 1, "written"), 1 + i % 3);
+    };
+    std::thread all[] = {repeat(write),      repeat(write),      repeat(read),
+                         repeat(read),       repeat(disturb),    repeat(readEvents),
+                         repeat(readEvents), repeat(writeEvents)};
+    for (std::thread& thread : all) thread.join();
+    shared.tried = 8L * rounds;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 5) return 2;
+    std::string const kind = argv[1];
+    bool const onMachine =
+        kind == "kills" || kind == "soak" || kind == "threads" || kind == "image";
+    char const* const temporary = std::getenv("TMPDIR");
+    std::string place = (temporary != nullptr ? temporary : "/tmp") + std::string("/faults.XXXXXX");
+    std::string const root = !onMachine ? "/rig" : kind == "image" ? argv[4] : mkdtemp(&place[0]);
+    setenv("VEK_ROOT", root.c_str(), 1);
+    for (char const* directory : {"", "/data", "/settings"})
+        mkdir((root + directory).c_str(), 0700);
+    dup2(memfd_create("stderr", 0), STDERR_FILENO);
+    State& state = kind == "kills" ? shared.state : own;
+    state.random = static_cast<unsigned>(std::atoi(argv[2]));
+    withLamps = state.random % 2 == 0;
+    int const steps = std::atoi(argv[3]);
+    stride = static_cast<unsigned>(std::atoi(argv[4]));
+    onAllocation = kind == "allocations" ? failAllocation : nullptr;
+    while (!rigged) try {
+            watching = true;
+            rigged.reset(new Rig{state});
+        } catch (std::bad_alloc const&) {
+            onAllocation = nullptr;
+            mustThrow = false;
+        }
+    watching = false;
+    cutsLeft = kind == "second_cuts" ? 2 : 1;
+    onCall = kind == "cuts" || kind == "second_cuts" ? cut : kind == "calls" ? fail : nullptr;
+    if (kind == "image")
+        rigged->each([](auto& part) { std::fill_n(part.held.doubt, 36, Anything); });
+    rigged->each([](auto& part) { part.start(false, false); });
+    if (kind == "kills") killed(steps);
+    if (kind == "soak") soak(steps * 1000000L);
+    if (kind == "threads") threads(steps);
+    if (!onMachine || kind == "image") live(steps, !onMachine);
+    if (kind == "hostile") rigged->each([](auto& part) { damageAll(part); });
+    onCall = nullptr;
+    onAllocation = nullptr;
+    rigged->each([](auto& part) { part.close(); });
+    require(openDescriptors() == 0, "a descriptor stays open");
+    if (anew && std::strstr(shared.anew, failing.c_str()) == nullptr) {
+        std::strcat(std::strcat(shared.anew, " "), failing.c_str());
+    }
+    if (kind != "soak" && kind != "threads") reopenAll();
+    rigged.reset();
+    if (isChild || kind == "image") return 0;
+    std::printf("%s\t%ld\t%ld\t", argv[1], shared.tried, shared.failed);
+    for (auto const& lost : shared.lost) std::printf("%ld/%ld/%ld\t", lost[0], lost[1], lost[2]);
+    std::printf("%s\n", shared.anew);
+    return shared.failed == 0 ? 0 : 1;
+}
