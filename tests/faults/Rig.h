@@ -18,6 +18,7 @@
 #include "BasicMeasurementLog.h"
 #include "Disk.h"
 #include "msgclasses/ByteStream.h"
+#include "util/FileCreator.h"
 
 namespace ZEB {
 // The file classes' one friend: makes their files small, so that logs often go round.
