@@ -7,11 +7,11 @@ if(NOT VEK_PLATFORM)
   install(DIRECTORY platform/msgclasses platform/util DESTINATION ${VEK_INCLUDEDIR}
           FILES_MATCHING PATTERN "*.h")
 endif()
-if(VEK_STATIC)
-  foreach(name ${installed})
+foreach(name VEKLogFiles VEKmsgClasses VEKutil)
+  if(TARGET ${name}Static)
     list(APPEND installed ${name}Static)
-  endforeach()
-endif()
+  endif()
+endforeach()
 install(TARGETS ${installed} EXPORT VEKLogFilesTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
