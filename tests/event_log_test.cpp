@@ -27,35 +27,6 @@ class EventLogs : public Instrument {
     }
 };
 
-TEST_F(EventLogs, FindTheirPlaceAgainAfterEachRecordOfThreeRounds) {
-    constexpr int R = 3;
-    constexpr int F = 9;
-    constexpr int T = F * R;
-    useSmallRing(R);
-    BasicEventLog log;
-    append(log, -5, -1);  // dropped: not enabled yet
-    log.SetEnabled(true);
-    for (int written = 1; written <= 3 * T; ++written) {
-        SCOPED_TRACE(written);
-        append(log, written, written);
-        auto const first = static_cast<unsigned>(std::max(0, written - T));
-        ASSERT_EQ(rangeOf(log), Range(first, std::min(written, T)));
-
-        BasicEventLog restarted;
-        auto const [oldest, count] = rangeOf(restarted);
-        unsigned const place = static_cast<unsigned>((written - 1) % T + 1);
-        bool const inLastFile = place > T - R;
-        ASSERT_EQ(Range(oldest, count),
-                  written <= T || inLastFile ? Range(0, place) : Range(place, T));
-        ASSERT_EQ((oldest + count) % T, place % T);
-        for (unsigned i = 0; i < count; ++i) {
-            int const time = written - static_cast<int>(count - 1 - i);
-            ASSERT_EQ(timeAt(restarted, oldest + i), time);
-            ASSERT_EQ(timeAt(restarted, oldest + i + 1000UL * T), time);
-        }
-    }
-}
-
 TEST_F(EventLogs, JudgeFilesByTheirFirstTimes) {
     useSmallRing(3);
     std::string const header = headerOf("EL", 62, 3);

@@ -77,19 +77,6 @@ TEST_F(Measurements, SettleTheirSettingsAndRefuseLongPaths) {
               "[1] ZEB::MeasurementFile::openFd - filepath " + format + " (12345) too lon");
 }
 
-TEST_F(Measurements, AreStoredInFilesLikeEvents) {
-    MeasurementFile file(7);
-    EXPECT_EQ(file.recentRecordIndex(), -1);
-    EXPECT_TRUE(file.writeRecord(measurement(3), 1));
-    EXPECT_FALSE(file.writeRecord(measurement(3), R));
-    EXPECT_EQ(contents(path(7)), headerOf("ML", 110, R) + std::string(110, '\0') +
-                                     wire(measurement(3)) + std::string(Size - 18 - 220, '\0'));
-    make(7, {{0, measurement(4)}}, headerOf("ML", 110, 1000));
-    EXPECT_EQ(MeasurementFile(7).validRecordCount(), 0);
-    makeUsed(7, 5, 5, 2);
-    EXPECT_EQ(MeasurementFile(7).recentRecordIndex(), 4);
-}
-
 TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
     struct Case {
         char const* what;
