@@ -148,7 +148,7 @@ class SlotReader {
     }
 
   private:
-    static constexpr std::size_t BlockSize = 1 << 20;
+    static constexpr std::size_t BlockSize = 1 << 19;
 
     template <class Kind>
     static constexpr int blockSlots() {
