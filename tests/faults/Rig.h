@@ -133,7 +133,7 @@ struct Part {
         call(
             [&] {
                 if (!log) return;
-            if constexpr (Events) log->clear();
+                if constexpr (Events) log->clear();
                 if constexpr (!Events) log->Clear();
             },
             !Lamps);
