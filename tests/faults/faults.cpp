@@ -119,12 +119,13 @@ Fault cut(std::string const& name, std::size_t size, Change const* change) {
 Fault failAgain(std::string const& name, std::size_t, Change const* change) {
     if (name != failing) return {};
     rigged->each([](auto& part) { part.unsure = part.held.holes = true; });
-    mustReport = failure.error != 0 && (name == "open" || name == "unlink" || name == "opendir" ||
-                                        name == "posix_fallocate" || (name == "fopen" && change));
+    bool const changes = change != nullptr && (name == "fopen" || name == "unlink");
+    mustReport = failure.error != 0 &&
+                 (changes || name == "open" || name == "opendir" || name == "posix_fallocate");
     return failure;
 }
 Fault fail(std::string const& name, std::size_t size, Change const* change) {
-    for (unsigned variant = 0; variant < 4; ++variant) {  // odd ones fail for good
+    for (unsigned variant = 0; variant < (size > 1 ? 4 : 3); ++variant) {  // odd: for good
         if (!inChild(name, variant)) continue;
         bool const full = name == "pwrite" || name == "fwrite" || name == "posix_fallocate";
         failing = name;
@@ -267,8 +268,9 @@ int main(int argc, char** argv) {
     std::string place = (temporary != nullptr ? temporary : "/tmp") + std::string("/faults.XXXXXX");
     std::string const root = !onMachine ? "/rig" : kind == "image" ? argv[4] : mkdtemp(&place[0]);
     setenv("VEK_ROOT", root.c_str(), 1);
-    for (char const* directory : {"", "/data", "/settings"})
-        mkdir((root + directory).c_str(), 0700);
+    for (char const* directory : {"", "/data", "/settings"}) {
+        if (onMachine) mkdir((root + directory).c_str(), 0700);
+    }
     dup2(memfd_create("stderr", 0), STDERR_FILENO);
     State& state = kind == "kills" ? shared.state : own;
     state.random = static_cast<unsigned>(std::atoi(argv[2]));
