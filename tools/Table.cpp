@@ -57,6 +57,7 @@ void Table::row(std::vector<Json> const& cells) {
         return;
     }
     std::vector<std::string> texts;
+    texts.reserve(cells.size());
     for (Json const& cell : cells) texts.push_back(textOf(cell));
     if (mFormat == Format::Aligned) {
         aligned(texts);

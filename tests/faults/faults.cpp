@@ -120,7 +120,7 @@ Fault failAgain(std::string const& name, std::size_t, Change const* change) {
     if (name != failing) return {};
     rigged->each([](auto& part) { part.unsure = part.held.holes = true; });
     bool const changes = change != nullptr && (name == "fopen" || name == "unlink");
-    mustReport = failure.error != 0 &&
+    mustReport = failure.error > EINTR &&
                  (changes || name == "open" || name == "opendir" || name == "posix_fallocate");
     return failure;
 }
