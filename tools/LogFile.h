@@ -1,12 +1,12 @@
 #pragma once
 
+#include <fcntl.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,7 +42,6 @@ class LogFile {
         if (mFd == -1) return;
         mFirstRecord.deserialize(streamOver(slot0, sizeof slot0));
         mValidRecordCount = mFirstRecord.isValid() ? 1 : 0;
-        Ops::scan(*this, slots);
     }
     ~LogFile() {
         if (mFd != -1) close(mFd);
@@ -56,14 +55,26 @@ class LogFile {
     std::optional<Fault> const& fault() const { return mFault; }
     std::string const& path() const { return mPath; }
     int slots() const { return mSlots; }
-    int validRecordCount() const { return mValidRecordCount; }
-    int recentRecordIndex() const { return mRecentRecordIndex; }
-    Record const& recentRecord() const { return mRecentRecord; }
-    bool isFull() const { return mSlots > 0 && mValidRecordCount == mSlots; }
+    int validRecordCount() {
+        scanUnlessKnown();
+        return mValidRecordCount;
+    }
+    int recentRecordIndex() {
+        scanUnlessKnown();
+        return mRecentRecordIndex;
+    }
+    Record const& recentRecord() {
+        scanUnlessKnown();
+        return mRecentRecord;
+    }
+    bool isFull() { return mSlots > 0 && validRecordCount() == mSlots; }
     // Whether it holds a run of newer records before one of older ones.
-    bool holdsSeam() const { return isFull() && mRecentRecordIndex < mSlots - 1; }
+    bool holdsSeam() { return isFull() && mRecentRecordIndex < mSlots - 1; }
 
     Record readRecord(int slot) { return Ops::read(*this, slot); }
+
+    // Has the disk go on to this file while another one is looked at.
+    void announce() const { posix_fadvise(mFd, 0, 0, POSIX_FADV_WILLNEED); }
 
     // The bytes of count slots; ends the command when they can't be read.
     void readBytes(int slot, int count, char* bytes) const {
@@ -81,6 +92,11 @@ class LogFile {
         static void transferred(LogFile&, std::int64_t) {}
     };
 
+    // The search jumps about in the file; most files are never asked.
+    void scanUnlessKnown() {
+        if (mRecentRecordIndex == -1) Ops::scan(*this, mSlots);
+    }
+
     std::string mPath;
     int mSlots = 0;
     std::optional<Fault> mFault;
@@ -90,12 +106,10 @@ class LogFile {
     Record mRecentRecord;
 };
 
-// Reads runs of slots in large blocks and hands over record after record; going
-// forward, the next block is read while this one is looked at.
+// Reads runs of slots in large blocks and hands over record after record.
 class SlotReader {
   public:
-    explicit SlotReader(Progress& progress)
-        : mProgress(progress), mBytes(new char[BlockSize]), mAhead(new char[BlockSize]) {}
+    explicit SlotReader(Progress& progress) : mProgress(progress), mBytes(new char[BlockSize]) {}
 
     // visit(slot, record) is called for each slot, used or not, until it returns
     // false; the result is false, then.
@@ -103,25 +117,12 @@ class SlotReader {
     bool forward(LogFile<Kind> const& file, int first, int count, Visit const& visit) {
         typename Kind::Record record;
         int const end = first + count;
-        std::future<void> ahead;
         for (int slot = first; slot < end;) {
             int const length = std::min(end - slot, blockSlots<Kind>());
-            if (ahead.valid()) {
-                ahead.get();
-                std::swap(mBytes, mAhead);
-            } else {
-                file.readBytes(slot, length, mBytes.get());
-            }
+            file.readBytes(slot, length, mBytes.get());
             mProgress.add(std::int64_t{length} * LogFile<Kind>::RecordSize);
-            int const next = slot + length;
-            if (next < end) {
-                int const nextLength = std::min(end - next, blockSlots<Kind>());
-                ahead = std::async(std::launch::async, [&file, next, nextLength, this] {
-                    file.readBytes(next, nextLength, mAhead.get());
-                });
-            }
             std::iostream& in = streamOver(mBytes.get(), BlockSize);
-            for (; slot < next; ++slot) {
+            for (int const blockEnd = slot + length; slot < blockEnd; ++slot) {
                 record.deserialize(in);
                 if (!visit(slot, record)) return false;
             }
@@ -148,7 +149,7 @@ class SlotReader {
     }
 
   private:
-    static constexpr std::size_t BlockSize = 1 << 19;
+    static constexpr std::size_t BlockSize = 1 << 18;
 
     template <class Kind>
     static constexpr int blockSlots() {
@@ -157,7 +158,6 @@ class SlotReader {
 
     Progress& mProgress;
     std::unique_ptr<char[]> mBytes;
-    std::unique_ptr<char[]> mAhead;
 };
 
 }  // namespace ZEB::tool

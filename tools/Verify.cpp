@@ -99,6 +99,8 @@ class Verifier {
             report(index, {}, "changed while it was read");
             return;
         }
+        auto const next = mLog.open(index + 1);
+        if (next) next->announce();
         Found found;
         mReader.forward(*file, 0, mLog.ring.slotsPerFile, [&](int slot, Record const& record) {
             if (record.isValid()) {
