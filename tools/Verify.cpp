@@ -35,6 +35,7 @@ class Verifier {
           mReader(reader) {}
 
     void run() {
+        if (mPlace.wrapped) startBehindTheLastFile();
         int const end = fileCount();
         for (int index = 0; index < end; ++index) {
             auto const faulty = mLog.faulty.find(index);
@@ -50,7 +51,6 @@ class Verifier {
                 checkFile(index);
             }
         }
-        checkEndOfRing();
         checkPointer();
     }
 
@@ -69,6 +69,15 @@ class Verifier {
         Extreme oldest{std::numeric_limits<std::int32_t>::max(), 0};
         Extreme newest{std::numeric_limits<std::int32_t>::min(), 0};
     };
+
+    // In a wrapped ring file 0 goes on where the last file ends.
+    void startBehindTheLastFile() {
+        auto const file = mLog.open(mLog.ring.files - 1);
+        if (!file) return;
+        Record const record = file->readRecord(mLog.ring.slotsPerFile - 1);
+        mHasKey = record.isValid();
+        mLastKey = recordKey(record);
+    }
 
     void report(int index, Json slot, std::string const& cause, ExitCode code = Damage) {
         mTable.row({mLog.fileName(index), std::move(slot), {}, {}, {}, cause});
@@ -127,7 +136,6 @@ class Verifier {
         found.used.add(slot);
         if (found.unused.count > 0) found.afterUnused.add(slot);
         std::int32_t const key = recordKey(record);
-        if (!mHasKey) mFirst = {index, key};
         if (mHasKey && key < mLastKey && !isSeam(index, slot)) {
             found.falls.add(slot);
             if (found.falls.count == 1) found.firstFall = fallText(key);
@@ -180,13 +188,6 @@ class Verifier {
         return faulty || found.falls.count > 0;
     }
 
-    // In a wrapped ring file 0 goes on where the last file ends.
-    void checkEndOfRing() {
-        if (mPlace.wrapped && mHasKey && mLastKey > mFirst.key && !isSeam(mFirst.file, 0)) {
-            report(mFirst.file, 0, fallText(mFirst.key));
-        }
-    }
-
     void checkPointer() {
         if constexpr (std::is_same_v<Kind, MeasurementKind>) {
             if (mLog.single) return;
@@ -218,10 +219,6 @@ class Verifier {
     SlotReader& mReader;
     bool mHasKey = false;
     std::int32_t mLastKey = 0;
-    struct {
-        int file;
-        std::int32_t key;
-    } mFirst{0, 0};
 };
 
 }  // namespace
