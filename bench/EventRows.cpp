@@ -19,7 +19,7 @@ Row move() {
         stat(backup.c_str(), &status);
     };
     return moveRow<BasicEventLog, EventFile>(
-        "move to a new event file", 400, [] {}, before);
+        "move to a new event file", 500, [] {}, before);
 }
 
 Row single() {

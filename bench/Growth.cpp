@@ -43,7 +43,8 @@ void overFiles(int files) {
 void overRecords(int records) {
     MeasurementRing const ring(records);
     int const files = (records + Slots - 1) / Slots;
-    point("start-up, measurements by pointer", files, startOf<BasicMeasurementLog>(), {20, 31});
+    if (records >= Slots)
+        point("start-up, measurements by pointer", files, startOf<BasicMeasurementLog>(), {20, 31});
     auto const search = [dates = ring.dates()] {
         return
             [log = std::make_unique<BasicMeasurementLog>(), dates, i = std::size_t{0}]() mutable {

@@ -73,13 +73,12 @@ std::vector<Probe> MeasurementRing::probes(unsigned date) const {
 // exports find what they would in a real file.
 void MeasurementRing::fill(int file) const {
     int const used = mRecords == Capacity || file != currentFile() ? Slots : currentSlot() + 1;
-    ZEB::ByteBuf bytes;
-    ZEB::ByteStream out(&bytes);
-    for (int slot = 0; slot < used; ++slot) out << recordAt(Kind, timeAt(file, slot));
     Fd const fd(open(path(Kind, file).c_str(), O_RDWR));
-    require(pwrite(fd, bytes.data(), bytes.size(), slotAt<MeasurementFile>(0)) ==
-                static_cast<ssize_t>(bytes.size()),
-            "pwrite");
+    // One by one, as a log does: after a large write, later small ones cost several
+    // times as much on ext4.
+    for (int slot = 0; slot < used; ++slot) {
+        putAt<MeasurementFile>(fd, slot, timeAt(file, slot));
+    }
 }
 
 std::string pointerPath() { return dataPath("currentMeasurementLog"); }

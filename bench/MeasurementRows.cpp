@@ -22,7 +22,7 @@ Row move() {
         require(write(out, "1", 1) == 1 && fsync(out) == 0, "pointer");
     };
     return moveRow<BasicMeasurementLog, MeasurementFile>(
-        "move to a new measurement file", 200, [] { setPointer(0); }, before);
+        "move to a new measurement file", 500, [] { setPointer(0); }, before);
 }
 
 Row fetch() {
