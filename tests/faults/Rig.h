@@ -106,6 +106,7 @@ struct Part {
         std::memcpy(slot.bytes, &time, sizeof time);
         if (Lamps) std::memcpy(slot.bytes + 18, &time, sizeof time);
         clearClient(slot);
+        if (!Lamps && long{held.first} + held.count < 0) slot = held.old[at];  // only counted
         store(slot, advance);
         bool const more = held.count < Capacity;
         if (advance) ++(more ? held.count : held.first);
@@ -160,7 +161,10 @@ struct Part {
                     replies.append(reply.data() + 8, reply.size() - 8);
                 }
                 if constexpr (Events) log->IsCurrentFile(path(next() / Slots).c_str());
-                if constexpr (Measured) log->SaveToFile((path(0) + ".txt").c_str(), 0, 1 << 30);
+                if constexpr (Measured) {  // a damaged pointer can make it hold 2^31 records
+                    if (held.count > Capacity) return;
+                    log->SaveToFile((path(0) + ".txt").c_str(), 0, 1 << 30);
+                }
             },
             false);
         require(unsure || replies == expected, "a reply differs", Size);
