@@ -1,6 +1,8 @@
 #pragma once
 
 #include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -43,6 +45,16 @@ inline void require(bool holds, char const* what, int size = 0, int place = 0) {
     std::printf("FAILED: %s (records of %d bytes, %d)\n", what, size, place);
     std::fflush(stdout);
     std::_Exit(1);
+}
+
+// A directory of its own on the machine's disk becomes the logs' root.
+inline std::string makeRoot(char const* at = nullptr) {
+    char const* const temporary = std::getenv("TMPDIR");
+    std::string root = (temporary != nullptr ? temporary : "/tmp") + std::string("/rig.XXXXXX");
+    root = at != nullptr ? at : mkdtemp(&root[0]);
+    for (char const* name : {"", "/data", "/settings"}) mkdir((root + name).c_str(), 0700);
+    setenv("VEK_ROOT", root.c_str(), 1);
+    return root;
 }
 
 struct Slot {
@@ -326,6 +338,7 @@ struct State {
 };
 struct Rig {
     State& state;
+    int const silenced = dup2(memfd_create("stderr", 0), STDERR_FILENO);
     Part<ZEB::BasicEventLog, ZEB::EventFile, ZEB::EventMsg, 9, 4> events{state.held[0]};
     Part<ZEB::BasicMeasurementLog, ZEB::MeasurementFile, ZEB::MeasurementRecord, 5, 5> measured{
         state.held[1]};

@@ -1,6 +1,4 @@
 #include <dirent.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cerrno>
@@ -264,14 +262,8 @@ int main(int argc, char** argv) {
     std::string const kind = argv[1];
     bool const onMachine =
         kind == "kills" || kind == "soak" || kind == "threads" || kind == "image";
-    char const* const temporary = std::getenv("TMPDIR");
-    std::string place = (temporary != nullptr ? temporary : "/tmp") + std::string("/faults.XXXXXX");
-    std::string const root = !onMachine ? "/rig" : kind == "image" ? argv[4] : mkdtemp(&place[0]);
-    setenv("VEK_ROOT", root.c_str(), 1);
-    for (char const* directory : {"", "/data", "/settings"}) {
-        if (onMachine) mkdir((root + directory).c_str(), 0700);
-    }
-    dup2(memfd_create("stderr", 0), STDERR_FILENO);
+    setenv("VEK_ROOT", "/rig", 1);
+    if (onMachine) makeRoot(kind == "image" ? argv[4] : nullptr);
     State& state = kind == "kills" ? shared.state : own;
     state.random = static_cast<unsigned>(std::atoi(argv[2]));
     withLamps = state.random % 2 == 0;
