@@ -245,7 +245,7 @@ struct Part {
         auto const disk = onDisk();
         for (int at = 0; at < Capacity; ++at) {
             Slot& now = held.now[at];
-            Slot const& found = disk[at];
+            Slot const& found = disk[static_cast<unsigned>(at)];
             Doubt const doubt = returned && held.doubt[at] == Either ? Sure : held.doubt[at];
             lost += !(found == now) && doubt != Either && now.used();
             if (!(found == now) && doubt == Sure) {
@@ -275,7 +275,7 @@ struct Part {
             bytes[11] = '\0';  // not looked at
             if (!whole || std::memcmp(bytes, header, sizeof header) != 0) continue;
             for (int i = 0; i < Slots; ++i) {
-                std::copy_n(bytes + 18 + i * Size, Size, found[file * Slots + i].bytes);
+                std::copy_n(bytes + 18 + i * Size, Size, found[static_cast<unsigned>(file * Slots + i)].bytes);
             }
         }
         return found;

@@ -57,7 +57,7 @@ void ask(Part& part, ZEB::Var const& request) {
         require(reply.size() == size + (client != 0 ? 10 : 8), "another length", part.Size);
     }
     ZEB::ByteBuf dates;
-    if constexpr (part.Measured) part.log->GetLogRangeDates(request, dates);
+    if constexpr (Part::Measured) part.log->GetLogRangeDates(request, dates);
 }
 
 }  // namespace
