@@ -9,8 +9,10 @@ using namespace ZEB;
 
 int main(int, char** argv) {
     std::string const what = argv[1];
-    int const first = std::atoi(argv[2]);
-    int const end = first + std::atoi(argv[3]);
+    long const from = std::atol(argv[2]);
+    long const to = std::atol(argv[3]);
+    auto const first = static_cast<int>(from);
+    auto const end = static_cast<int>(from + to);
     int const start = 1700000000;
     if (what == "events") {
         BasicEventLog log;
