@@ -275,7 +275,8 @@ struct Part {
             bytes[11] = '\0';  // not looked at
             if (!whole || std::memcmp(bytes, header, sizeof header) != 0) continue;
             for (int i = 0; i < Slots; ++i) {
-                std::copy_n(bytes + 18 + i * Size, Size, found[static_cast<unsigned>(file * Slots + i)].bytes);
+                std::copy_n(bytes + 18 + i * Size, Size,
+                            found[static_cast<unsigned>(file * Slots + i)].bytes);
             }
         }
         return found;
