@@ -1,7 +1,7 @@
 import csv, glob, json, os, pty, re, shutil, struct, subprocess, tempfile, unittest
 from pathlib import Path
 
-VEKLOGS, WRITER, LIB = (os.environ[name] for name in ("VEKLOGS", "WRITER", "LIB"))
+VEKLOGS, WRITER, LIB, FLAGS = (os.environ[n] for n in ("VEKLOGS", "WRITER", "LIB", "FLAGS"))
 SOURCE = Path(__file__).resolve().parents[2]
 START = 1700000000
 LOG = "measurement_log%d.vek"
@@ -186,7 +186,7 @@ class Documents(Case):
         (self.tmp / "vek/data").mkdir(parents=True)
         (self.tmp / "a.cpp").write_text(self.examples("libVEKLogFiles.3")[0])
         command = f"""c++ -std=c++17 -I{SOURCE}/include -I{SOURCE}/platform a.cpp -L{LIB} -L{LIB}/platform
-            -Wl,-rpath,{LIB}:{LIB}/platform -lVEKLogFiles -lVEKmsgClasses -lVEKutil""".split()
+            -Wl,-rpath,{LIB}:{LIB}/platform {FLAGS} -lVEKLogFiles -lVEKmsgClasses -lVEKutil""".split()
         subprocess.run(command, cwd=self.tmp, check=True)
         self.assertEqual(subprocess.check_output("./a.out", cwd=self.tmp, env={}),
                          b"7\t0\ttemperature=21.5\n")
