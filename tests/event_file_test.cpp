@@ -48,64 +48,6 @@ TEST_F(EventFiles, AreMadeWholeAndHoldRecordsAtTheirPlaces) {
     EXPECT_TRUE(EventFile::FileExist(3));
 }
 
-TEST_F(EventFiles, KeepSoundFilesAndReplaceWrongOnes) {
-    struct Case {
-        char const* what;
-        std::string header;
-        std::uintmax_t size;
-        bool kept;
-    };
-    std::string cookie11 = Header;
-    std::string cookie12 = Header;
-    cookie11[10] = 'x';
-    cookie12[11] = 'x';
-    for (Case const& c : std::vector<Case>{{"sound", Header, FullSize, true},
-                                           {"longer", Header, FullSize + 1, true},
-                                           {"twelfth byte", cookie12, FullSize, true},
-                                           {"short", Header, FullSize - 1, false},
-                                           {"eleventh byte", cookie11, FullSize, false},
-                                           {"kind", headerOf("LS", 62, R), FullSize, false},
-                                           {"version", headerOf("EL", 62, R, 2), FullSize, false},
-                                           {"size", headerOf("EL", 61, R), FullSize, false},
-                                           {"count", headerOf("EL", 62, 1396), FullSize, false},
-                                           {"empty", "", 0, false}}) {
-        SCOPED_TRACE(c.what);
-        makeSlotFile(path(0), c.header, c.size, c.size < 80 ? Slots{} : Slots{{0, event(4)}});
-        EventFile file(0);
-        EXPECT_EQ(file.validRecordCount(), c.kept ? 1 : 0);
-        EXPECT_EQ(file.mFirstRecord.timeStamp().seconds(), c.kept ? 4 : 0);
-        EXPECT_EQ(fs::file_size(path(0)), c.kept ? c.size : FullSize);
-        if (!c.kept) {
-            EXPECT_EQ(contents(path(0)).substr(0, 80), Header + std::string(62, '\0'));
-        }
-    }
-}
-
-TEST_F(EventFiles, FindTheNewestRecordWhereverItLies) {
-    auto const search = [&](std::string const& slots) {
-        write(path(0), Header + slots + std::string(FullSize - 18 - slots.size(), '\0'));
-        EventFile file(0);
-        return std::pair(file.recentRecordIndex(), file.validRecordCount());
-    };
-    std::string used;
-    std::string older;
-    std::string same;
-    for (int i = 0; i < R; ++i) {
-        used += wire(event(-40000 + i));  // times below and above 0
-        older += wire(event(-200000 + i));
-        same += wire(event(7));
-    }
-    for (int newest : {0, 1, 2, 9, 32498, 32499, 32500, R - 3, R - 2, R - 1}) {
-        SCOPED_TRACE(newest);
-        std::size_t const end = 62 * static_cast<std::size_t>(newest + 1);
-        EXPECT_EQ(search(used.substr(0, end)), std::pair(newest, newest + 1));
-        EXPECT_EQ(search(used.substr(0, end) + older.substr(end)), std::pair(newest, R));
-        EXPECT_EQ(search(same.substr(0, end) + older.substr(end)), std::pair(newest, R));
-    }
-    EXPECT_EQ(search(std::string(62, '\0') + used.substr(62)), std::pair(-1, 0));
-    EXPECT_EQ(search(same), std::pair(R - 1, R));
-}
-
 TEST_F(EventFiles, ReadWithinTheFileOrGiveDefaultRecords) {
     makeSlotFile<EventMsg>(path(0), Header, FullSize,
                            {{0, event(1)}, {1, event(2)}, {R - 1, event(9)}});
@@ -175,6 +117,20 @@ TEST_F(EventFiles, ReportWhatCannotBeOpenedAndStayUsable) {
     fs::remove_all(data);
     EXPECT_EQ(messagesOf([] { EventFile file(1); }),
               "No way to create Event Log File: No such file or directory\n" + line);
+}
+
+TEST_F(EventFiles, StandBehindLinksOrReplaceThem) {
+    makeSlotFile<EventMsg>(root / "sound", Header, FullSize, {{0, event(4)}});
+    write(root / "foreign", "text");
+    fs::create_symlink(root / "sound", path(0));
+    fs::create_symlink(root / "foreign", path(1));
+    fs::create_symlink(path(2), path(2));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(EventFile(i).validRecordCount(), i == 0 ? 1 : 0);
+        EXPECT_EQ(fs::file_size(path(i)), FullSize);
+        EXPECT_EQ(fs::is_symlink(path(i)), i == 0);
+    }
+    EXPECT_EQ(contents(root / "foreign"), "text");
 }
 
 TEST_F(EventFiles, ComeBackFromTheBackupWithoutOverwritingAny) {

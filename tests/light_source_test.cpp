@@ -34,7 +34,7 @@ class LightSources : public Instrument {
     fs::path const path = settings / "lightsource_log.vek";
 };
 
-TEST_F(LightSources, RebuildInPlaceWhatIsNotSound) {
+TEST_F(LightSources, AreFlushedAtEachWriteThatSucceeds) {
     auto const dropped = DropCachesCalls();
     {
         LightSourceFile file(0);
@@ -54,14 +54,6 @@ TEST_F(LightSources, RebuildInPlaceWhatIsNotSound) {
         EXPECT_EQ(syncs, 3);
     }
     EXPECT_EQ(DropCachesCalls() - dropped, 3U);  // before the rebuilding, closeFd, destruction
-    make({{0, lamp(4, 4)}}, Size + 1);
-    EXPECT_EQ(LightSourceFile(0).validRecordCount(), 1);
-    for (auto const& [header, size] : std::vector<std::pair<std::string, std::uintmax_t>>{
-             {Header, Size - 1}, {headerOf("LS", 36, 100), Size}, {headerOf("EL", 36, T), Size}}) {
-        make({{0, lamp(4, 4)}}, size, header);
-        EXPECT_EQ(LightSourceFile(0).validRecordCount(), 0);
-        EXPECT_EQ(contents(path), Header + std::string(Size - 18, '\0'));
-    }
 }
 
 TEST_F(LightSources, ComeBackFromTheBackupOrThrow) {
@@ -110,20 +102,12 @@ TEST_F(LightSources, FindTheirPlaceByKeyAndLastSlot) {
 
 TEST_F(LightSources, CountARecordWhenTheyMoveOn) {
     BasicLightSourceLog log;
-    for (int i = 0; i < T; ++i) {
-        EXPECT_EQ(rangeOf(log), Range(0, i));
-        log.newRecord(lamp(i + 1, i));
-    }
+    for (int i = 0; i < T; ++i) log.newRecord(lamp(i + 1, i));
     EXPECT_EQ(rangeOf(log), Range(1, T));
-    EXPECT_EQ(log.getRecord(T + 3).key(), 3);
     EXPECT_EQ(syncs, T + 1);
     log.close();
     log.newRecord(lamp(1, T));
     EXPECT_EQ(rangeOf(log), Range(2, T));
-    {
-        BasicLightSourceLog restarted;
-        EXPECT_EQ(rangeOf(restarted), Range(0, T));  // the newest stands in the last slot
-    }
     char text[10];
     EXPECT_EQ(log.GetStorageDir(text, sizeof text), static_cast<int>(path.string().size()));
     EXPECT_EQ(text, path.string().substr(0, 9));

@@ -144,12 +144,14 @@ void failAllocation() {
     throw std::bad_alloc();
 }
 
+// Starts over a file of these bytes: what is sound in it stays, what is not is made anew.
 template <class Part>
 void damage(Part& part, int file, std::string const& bytes) {
     int const fd = open(part.path(file).c_str(), O_RDWR | O_CREAT | O_TRUNC);
     require(pwrite(fd, bytes.data(), bytes.size(), 0) != -1, "can't damage");
     close(fd);
-    std::fill_n(&part.held.doubt[file % part.FileCount * part.SlotCount], part.SlotCount, Anything);
+    std::fill_n(part.held.doubt, part.Capacity, Anything);
+    part.settle(false);
     powerCut(0, false);
 }
 template <class Part>
