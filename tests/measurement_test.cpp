@@ -2,7 +2,6 @@
 #include <sys/mount.h>
 
 #include <algorithm>
-#include <functional>
 #include <map>
 
 #include "BasicMeasurementLog.h"
@@ -78,79 +77,58 @@ TEST_F(Measurements, SettleTheirSettingsAndRefuseLongPaths) {
 }
 
 TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
+    struct Used {
+        int index, time, slots, oldTime;
+    };
     struct Case {
         char const* what;
         std::string pointer;
-        std::map<int, std::function<void(int)>> files;
+        std::vector<Used> files;
         Range held;
         std::string pointerAfter;
     };
-    auto const full = [this](int time) { return [=](int index) { makeFull(index, time); }; };
-    auto const used = [this](int time, int number, int old = 0) {
-        return [=](int index) { makeUsed(index, time, number, old); };
-    };
-    auto const empty = used(0, 0);
-    Range const second5(0, 2 * R + 5);
-    Range const wrapped5(2 * R + 5, T);
+    Range const five(0, 2 * R + 5);
+    Range const wrapped(2 * R + 5, T);
+    Used const full0{0, 9, R, 0};
+    Used const full1{1, 200, R, 0};
+    Used const newest{2, 300, 5, 0};
+    Used const seam{2, 300, 5, 50};
+    Used const old3{3, 51, R, 0};
+    Used const full5{5, 60, R, 0};
     for (Case const& c : std::vector<Case>{
-             {"right", "2", {{1, full(200)}, {2, used(300, 5)}}, second5, "2"},
-             {"blanks", " \n2\nx", {{1, full(200)}, {2, used(300, 5)}}, second5, " \n2\nx"},
-             {"next empty", "2", {{2, used(300, 5)}, {3, empty}}, second5, "2"},
-             {"wrapped", "2", {{2, used(300, 5, 50)}, {3, full(51)}}, wrapped5, "2"},
-             {"behind", "1", {{0, full(9)}, {1, full(200)}, {2, used(300, 5)}}, second5, "2"},
-             {"far behind", "0", {{0, full(9)}, {1, full(200)}, {2, used(300, 5)}}, second5, "2"},
-             {"behind, wrapped",
-              "0",
-              {{0, full(100)},
-               {1, full(200)},
-               {2, used(300, 5, 50)},
-               {3, full(51)},
-               {F - 1, full(90)}},
-              wrapped5,
-              "2"},
-             {"move cut", "3", {{2, full(300)}, {3, full(51)}, {4, full(60)}}, {3 * R, T}, "2"},
-             {"move cut, file new",
-              "3",
-              {{2, full(300)}, {3, empty}, {4, full(60)}},
-              {3 * R, T},
-              "2"},
-             {"move to 0 cut",
-              "0",
-              {{F - 1, full(300)}, {0, full(51)}, {1, full(60)}},
-              {T, T},
-              "399"},
+             {"right", "2", {full1, newest}, five, "2"},
+             {"blanks", " \n2\nx", {full1, newest}, five, " \n2\nx"},
+             {"next empty", "2", {newest, {3, 0, 0, 0}}, five, "2"},
+             {"wrapped", "2", {seam, old3}, wrapped, "2"},
+             {"behind", "1", {full0, full1, newest}, five, "2"},
+             {"far behind", "0", {full0, full1, newest}, five, "2"},
+             {"behind, wrapped", "0", {full0, full1, seam, old3, {F - 1, 8, R, 0}}, wrapped, "2"},
+             {"move cut", "3", {{2, 300, R, 0}, old3, {4, 60, R, 0}}, {3 * R, T}, "2"},
+             {"file new", "3", {{2, 300, R, 0}, {3, 0, 0, 0}, {4, 60, R, 0}}, {3 * R, T}, "2"},
+             {"to 0", "0", {{F - 1, 300, R, 0}, {0, 51, R, 0}, {1, 60, R, 0}}, {T, T}, "399"},
              {"a round behind",
               "397",
-              {{397, full(60)},
-               {398, full(70)},
-               {399, full(80)},
-               {0, used(100, 5, 9)},
-               {1, full(10)}},
+              {{397, 60, R, 0}, {398, 70, R, 0}, {399, 80, R, 0}, {0, 100, 5, 9}, {1, 10, R, 0}},
               {5, T},
               "0"},
-             {"earlier missing", "5", {{5, full(60)}, {6, used(70, 5)}}, {0, 6 * R + 5}, "6"},
-             {"earlier empty",
-              "5",
-              {{4, empty}, {5, full(60)}, {6, used(70, 5)}},
-              {0, 6 * R + 5},
-              "6"},
-             {"equal times", "5", {{5, full(60)}, {6, used(60, 5)}}, {0, 6 * R + 5}, "6"},
-             {"last", "399", {{399, used(90, 5, 20)}, {0, full(30)}}, {0, 399 * R + 5}, "399"},
-             {"beyond", "1000", {{0, full(1)}}, {0, 1000 * R}, "1000"},
+             {"earlier missing", "5", {full5, {6, 70, 5, 0}}, {0, 6 * R + 5}, "6"},
+             {"earlier empty", "5", {{4, 0, 0, 0}, full5, {6, 70, 5, 0}}, {0, 6 * R + 5}, "6"},
+             {"equal times", "5", {full5, {6, 60, 5, 0}}, {0, 6 * R + 5}, "6"},
+             {"last", "399", {{399, 90, 5, 20}, {0, 30, R, 0}}, {0, 399 * R + 5}, "399"},
+             {"beyond", "1000", {full0}, {0, 1000 * R}, "1000"},
              {"far beyond", "2147483647", {}, {0, INT32_MAX}, "2147483647"},
-             {"below", "-3", {{0, full(1)}}, {0, -3 * R}, "-3"},
-             {"just below", "-1", {{0, full(1)}, {1, used(9, 5)}}, {0, R + 5}, "1"},
-             {"none", "", {{0, full(1)}, {1, full(200)}, {2, used(300, 5)}}, second5, "2"},
-             {"none, wrapped",
-              "x",
-              {{0, full(100)}, {1, full(200)}, {2, used(300, 5, 50)}, {3, full(51)}},
-              wrapped5,
-              "2"},
-             {"none, empty file 0", "", {{0, used(-9, 3)}, {1, full(200)}}, {0, 0}, ""}}) {
+             {"below", "-3", {full0}, {0, -3 * R}, "-3"},
+             {"just below", "-1", {full0, {1, 9, 5, 0}}, {0, R + 5}, "1"},
+             {"none", "", {full0, full1, newest}, five, "2"},
+             {"none, wrapped", "x", {full0, full1, seam, old3}, wrapped, "2"},
+             {"none, empty file 0", "", {{0, -9, 3, 0}, full1}, {0, 0}, ""}}) {
         SCOPED_TRACE(c.what);
         removeAll();
         point(c.pointer);
-        for (auto const& [index, makeFile] : c.files) makeFile(index);
+        for (Used const& file : c.files) {
+            if (file.slots == R) makeFull(file.index, file.time);
+            if (file.slots < R) makeUsed(file.index, file.time, file.slots, file.oldTime);
+        }
         std::string const messages = messagesOf([&] { EXPECT_EQ(heldAtStart(), c.held); });
         bool const unread = c.pointer.find_first_of("0123456789") == std::string::npos;
         EXPECT_EQ(messages,

@@ -56,17 +56,4 @@ TEST(Records, AreValidByTheirKindAndReadBackWhole) {
     expectValidityApartFromTime(MeasurementRecord(At, 1), 110);
 }
 
-TEST(ByteStreams, GrowTheirBufferAndCutNothingOff) {
-    ByteBuf buffer("abcdef", 6);
-    ByteStream stream(&buffer);
-    stream << "xy";
-    char read[3] = {};
-    stream.read(read, 2);
-    EXPECT_STREQ(read, "xy");
-    stream << "3456789";
-    EXPECT_EQ(std::string(buffer.data(), buffer.size()), "xy3456789");
-    EXPECT_EQ(stream.readsome(read, 2), 2);
-    EXPECT_STREQ(read, "34");
-}
-
 }  // namespace ZEB
