@@ -1,4 +1,4 @@
-# Installs the library, its headers and what the two usual build systems look for.
+# Installs the library, its headers and pages, and what the two usual build systems look for.
 include(CMakePackageConfigHelpers)
 
 set(installed VEKLogFiles)
@@ -16,6 +16,8 @@ install(TARGETS ${installed} EXPORT VEKLogFilesTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/ DESTINATION ${VEK_INCLUDEDIR})
+install(FILES docs/man/libVEKLogFiles.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+install(FILES docs/man/veklogfiles.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VEKLogFiles)
 install(EXPORT VEKLogFilesTargets NAMESPACE VEKLogFiles:: DESTINATION ${package_dir})
