@@ -228,8 +228,10 @@ struct Part {
         if (unsure || !placeKnown || held.holes) return lost;
         int const end = next();
         int const moved = (before + (Lamps ? Capacity - 1 : 1)) % Capacity;
-        // A move to the last file, cut short before its first record, is not noticed.
+        // A move to the last file, cut short before its first record, is not noticed; that
+        // file then holds the oldest records, and a later start may find it.
         bool const skipped = Measured && end == 0 && before == Capacity - Slots;
+        held.holes |= skipped;
         require(end == before || (end == moved && (Lamps || !returned)) || skipped,
                 "the log goes on elsewhere", Size, end * 100 + before);
         int const file = (end + Capacity - 1) % Capacity / Slots;

@@ -58,8 +58,10 @@ void reopenAll() {
 }
 
 // Starts over what a cut, a kill or damage left.
-void recover(int loss, bool placeKnown) {
-    long* most = shared.lost[loss > 0];
+void recover(unsigned loss, bool placeKnown) {
+    static bool dropped = false;  // by an earlier cut, too
+    dropped |= loss > 0;
+    long* most = shared.lost[dropped];
     rigged->each([&](auto& part) {
         *most = std::max<long>(*most, part.start(false, placeKnown));
         ++most;
@@ -88,7 +90,7 @@ Fault cut(std::string const& name, std::size_t size, Change const* change);
         return loss == 0 || (loss == 2 && i != one) || (loss == 3 && i == one) ||
                (loss == 4 && (i * 2654435761u + one * 40503u) / 8 % 2 == 0);
     });
-    recover(static_cast<int>(loss), strict && whole);
+    recover(loss, strict && whole);
     onCall = nullptr;
     rigged->each([](auto& part) { part.dropBackup(); });
     live(12, false);
