@@ -1,7 +1,7 @@
 import csv, json, os, pty, re, struct, subprocess, tempfile, unittest
 from pathlib import Path
 
-VEKLOGS, LIB, FLAGS = (os.environ[n] for n in ("VEKLOGS", "LIB", "FLAGS"))
+VEKLOGS = os.environ["VEKLOGS"]
 SOURCE = Path(__file__).resolve().parents[2]
 LOG = "measurement_log%d.vek"
 POINTER = "currentMeasurementLog"
@@ -18,9 +18,9 @@ def rows(*args, code=0):
     return [line.split("\t") for line in run(*args, "--format", "tsv", code=code).splitlines()[1:]]
 
 
-def blocks(page, begin=r"^\.(?:EX|ft CW)\n", end=r"^\.(?:EE|ft)$"):
-    text = (SOURCE / page).read_text().replace("\\-", "-").replace("\\e", "\\")
-    return re.findall(f"{begin}(.*?){end}", text, re.M | re.S)
+def examples(page):
+    text = (SOURCE / "docs/man" / page).read_text().replace("\\-", "-")
+    return re.findall(r"^\.(?:EX|ft CW)\n(.*?)^\.(?:EE|ft)$", text, re.M | re.S)
 
 
 def ring(directory, times, cookie=b"VEK KIB ML", size=110, names=LOG):
@@ -147,7 +147,7 @@ class Documents(Case):
         root = self.tmp / "instrument"
         files = {"data/event_log-1-2-7#0.vek": 4030018, "settings/lightsource_log.vek": 36018,
                  "data/measurement_log0.vek": 7150018}
-        for dump, (name, size) in zip(blocks("docs/man/veklogfiles.5"), files.items(), strict=True):
+        for dump, (name, size) in zip(examples("veklogfiles.5"), files.items(), strict=True):
             content = bytes.fromhex("".join(line[10:58] for line in dump.splitlines()))
             (root / name).parent.mkdir(parents=True, exist_ok=True)
             (root / name).write_bytes(content.ljust(size, b"\0"))
@@ -163,7 +163,7 @@ class Documents(Case):
         before = snapshot(root)
         path = f"{Path(VEKLOGS).parent}:{os.environ['PATH']}"
         pages = re.findall("`man (.*?)`", (SOURCE / "README.md").read_text())
-        for command in "".join(blocks("docs/man/veklogs.1")).splitlines() + [
+        for command in "".join(examples("veklogs.1")).splitlines() + [
                 f"man --warnings {SOURCE}/{page}" for page in pages]:
             done = subprocess.run(command, shell=True, cwd=self.tmp, env={"PATH": path}, capture_output=True)
             self.assertEqual(done.returncode, 124 if command.startswith("timeout") else 0, command)
@@ -172,17 +172,13 @@ class Documents(Case):
         self.assertIn("temperature", (self.tmp / "temperature.svg").read_text())
         self.assertTrue((self.tmp / "lamps.png").read_bytes().startswith(b"\x89PNG"))
 
-    def test_examples_compile_and_run(self):
+    def test_examples_run(self):
         (self.tmp / "vek/data").mkdir(parents=True)
-        for source, output in (
-                (blocks("docs/man/libVEKLogFiles.3")[0], b"7\t0\ttemperature=21.5\n"),
-                (blocks("README.md", "^```cpp\n", "^```")[0],
-                 b"1 events, the newest: door opened\na reply of 70 bytes\n")):
-            (self.tmp / "a.cpp").write_text(source)
-            subprocess.run(f"""c++ -std=c++17 -I{SOURCE}/include -I{SOURCE}/platform a.cpp -L{LIB}
-                -L{LIB}/platform -Wl,-rpath,{LIB}:{LIB}/platform {FLAGS} -lVEKLogFiles -lVEKmsgClasses
-                -lVEKutil""".split(), cwd=self.tmp, check=True)
-            self.assertEqual(subprocess.check_output("./a.out", cwd=self.tmp, env={}), output)
+        for name, output in (
+                ("libVEKLogFiles", b"7\t0\ttemperature=21.5\n"),
+                ("README", b"1 events, the newest: door opened\na reply of 70 bytes\n")):
+            example = Path(VEKLOGS).parents[1] / f"tests/tool/{name}_example"
+            self.assertEqual(subprocess.check_output(example, cwd=self.tmp, env={}), output)
 
     def test_options_are_documented_and_completed(self):
         page = (SOURCE / "docs/man/veklogs.1").read_text().replace("\\-", "-")
