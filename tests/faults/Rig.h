@@ -44,7 +44,7 @@ inline void require(bool holds, char const* what, int size = 0, int place = 0) {
     if (holds) return;
     std::printf("FAILED: %s (records of %d bytes, %d)\n", what, size, place);
     std::fflush(stdout);
-    std::_Exit(1);
+    std::abort();
 }
 
 // A directory of its own on the machine's disk becomes the logs' root.
