@@ -1,5 +1,3 @@
-#include <limits>
-
 #include "Fixture.h"
 
 namespace ZEB {
@@ -32,28 +30,6 @@ TEST(Records, HaveTheBytesThatReadersElsewhereExpect) {
     char text[100];
     EXPECT_STREQ(measurement.GetDateText(text, sizeof text), "1969-12-31");
     EXPECT_STREQ(measurement.GetTimeText(text, sizeof text), "22:59:58.123456");
-}
-
-template <class Record>
-void expectValidityApartFromTime(Record record, std::size_t size) {
-    EXPECT_TRUE(record.isValid());
-    std::istringstream whole(wire(record));
-    Record copy;
-    copy.deserialize(whole);
-    EXPECT_EQ(wire(copy), wire(record));
-    EXPECT_EQ(copy.timeStamp().utcOffset(), record.timeStamp().utcOffset());
-    std::istringstream zeros(std::string(size, '\0'));
-    record.deserialize(zeros);
-    EXPECT_FALSE(record.isValid());
-    std::istringstream tooShort(wire(copy).substr(1));
-    copy.deserialize(tooShort);
-    EXPECT_EQ(wire(copy), wire(Record()));
-}
-
-TEST(Records, AreValidByTheirKindAndReadBackWhole) {
-    expectValidityApartFromTime(EventMsg(At, 1, 0, std::string(40, 'x')), 62);
-    expectValidityApartFromTime(LightSourceRecord(At, 1, 0), 36);
-    expectValidityApartFromTime(MeasurementRecord(At, 1), 110);
 }
 
 }  // namespace ZEB
