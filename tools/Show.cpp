@@ -165,7 +165,9 @@ AnyLog chosenLog(Options const& options) {
             any);
     }
     if (chosen.size() == 1) return std::move(chosen.front());
-    throw WrongUsage(options.paths.front() + " holds " + names + ": choose one with --log");
+    std::string const held = options.paths.front() + " holds " + names;
+    throw WrongUsage(chosen.empty() ? held + ", not " + options.log
+                                    : held + ": choose one with --log");
 }
 
 void show(Options const& options, Status& status) {

@@ -11,7 +11,7 @@ using namespace ZEB::tool;
 void addPaths(CLI::App& command, Options& options, bool several) {
     auto* const option = command.add_option(
         "PATH", options.paths, "A log file, or a directory with log files or data/ and settings/");
-    option->required();
+    option->required()->type_name("");
     if (!several) option->expected(1);
 }
 
@@ -26,9 +26,11 @@ void addFormat(CLI::App& command, Options& options) {
 }
 
 void addLog(CLI::App& command, Options& options) {
-    command.add_option("--log", options.log,
-                       "The log, where there are several: events (or \"events 1.2.7\"), lamps or "
-                       "measurements");
+    command
+        .add_option("--log", options.log,
+                    "The log, where there are several: events (or \"events 1.2.7\"), lamps or "
+                    "measurements")
+        ->type_name("LOG");
 }
 
 void addTime(CLI::App& command, std::string const& name, std::int64_t& bound,
