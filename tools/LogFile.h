@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -110,31 +109,20 @@ class LogFile {
 // Reads runs of slots in large blocks and hands over record after record.
 class SlotReader {
   public:
-    explicit SlotReader(Progress& progress)
-        : mProgress(progress), mBytes(new char[BlockSize]), mAhead(new char[BlockSize]) {}
+    explicit SlotReader(Progress& progress) : mProgress(progress), mBytes(new char[BlockSize]) {}
 
     // visit(slot, record) is called for each slot, used or not, until it returns
-    // false; the result is false, then. The next block is read meanwhile.
+    // false; the result is false, then.
     template <class Kind, class Visit>
     bool forward(LogFile<Kind> const& file, int first, int count, Visit const& visit) {
         typename Kind::Record record;
         int const end = first + count;
-        auto const readAhead = [&](int slot) {
-            int const length = std::min(end - slot, blockSlots<Kind>());
-            return std::async(std::launch::async, [&file, slot, length, to = mAhead.get()] {
-                file.readBytes(slot, length, to);
-                return length;
-            });
-        };
-        auto ahead = readAhead(first);
         for (int slot = first; slot < end;) {
-            int const length = ahead.get();
-            mBytes.swap(mAhead);
-            int const blockEnd = slot + length;
-            if (blockEnd < end) ahead = readAhead(blockEnd);
+            int const length = std::min(end - slot, blockSlots<Kind>());
+            file.readBytes(slot, length, mBytes.get());
             mProgress.add(std::int64_t{length} * LogFile<Kind>::RecordSize);
             std::iostream& in = streamOver(mBytes.get(), BlockSize);
-            for (; slot < blockEnd; ++slot) {
+            for (int const blockEnd = slot + length; slot < blockEnd; ++slot) {
                 record.deserialize(in);
                 if (!visit(slot, record)) return false;
             }
@@ -161,7 +149,7 @@ class SlotReader {
     }
 
   private:
-    static constexpr std::size_t BlockSize = 1 << 20;
+    static constexpr std::size_t BlockSize = 1 << 18;
 
     template <class Kind>
     static constexpr int blockSlots() {
@@ -170,7 +158,6 @@ class SlotReader {
 
     Progress& mProgress;
     std::unique_ptr<char[]> mBytes;
-    std::unique_ptr<char[]> mAhead;
 };
 
 }  // namespace ZEB::tool
