@@ -252,8 +252,8 @@ TEST_F(Measurements, AreExportedWithBothEnds) {
 
 TEST_F(Measurements, ComeBackFromTheBackupOverLiveFiles) {
     if (unshare(CLONE_NEWNS) != 0 ||
-        mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        mount("none", "/mnt", "tmpfs", 0, nullptr) != 0) {
+        mount("none", "/", "", MS_REC | MS_PRIVATE, "") != 0 ||
+        mount("none", "/mnt", "tmpfs", 0, "") != 0) {
         GTEST_SKIP() << "no private mount namespace here";
     }
     fs::path const saved = "/mnt/sysdata/veklogs";
