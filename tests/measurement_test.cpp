@@ -251,8 +251,7 @@ TEST_F(Measurements, AreExportedWithBothEnds) {
 }
 
 TEST_F(Measurements, ComeBackFromTheBackupOverLiveFiles) {
-    if (unshare(CLONE_NEWNS) != 0 ||
-        mount("none", "/", "", MS_REC | MS_PRIVATE, "") != 0 ||
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", "", MS_REC | MS_PRIVATE, "") != 0 ||
         mount("none", "/mnt", "tmpfs", 0, "") != 0) {
         GTEST_SKIP() << "no private mount namespace here";
     }
