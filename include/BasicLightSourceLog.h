@@ -25,7 +25,7 @@ namespace ZEB {
 // that succeeds ends with sync(), which flushes all the machine's file systems.
 // The constructor and Clear throw std::logic_error when there is no way to open or
 // make the file. After that Clear the log has no file: reads give default records,
-// and each write, as well as Clear, tries to open it again.
+// and each write, as well as Clear, tries to open it again and then starts at index 0.
 class [[gnu::visibility("default")]] BasicLightSourceLog {
   public:
     BasicLightSourceLog();

@@ -154,9 +154,12 @@ TEST_F(LightSources, AreArchivedByClearAndSurviveItsFailure) {
     EXPECT_EQ(timesOf(fetch(log, 0, 2).at(0), 36), (std::vector<int>{0, 0}));
     log.close();
     EXPECT_THROW(log.Clear(), std::logic_error);
+    log.newRecord(lamp(1, 1));
+    EXPECT_EQ(rangeOf(log), Range(0, 1));
     fs::create_directory(settings);
-    EXPECT_TRUE(log.writeRecord(lamp(1, 1)));
-    EXPECT_TRUE(log.getRecord(0).isValid());
+    log.newRecord(lamp(2, 2));  // at the start of its new file, where a restart finds it
+    EXPECT_EQ(rangeOf(log), Range(0, 1));
+    EXPECT_EQ(LightSourceFile(0).mFirstRecord.key(), 2);
 }
 
 TEST_F(LightSources, EmptyTheirDirectoryWithoutLeavingIt) {

@@ -76,6 +76,9 @@ bool BasicLightSourceLog::writeRecord(LightSourceRecord const& record) {
         } catch (std::logic_error const&) {
             return false;
         }
+        // What was counted without a file is nowhere; its first slot must not stay empty.
+        mCurrentIndex = 0;
+        mCount = 0;
     }
     return mCurrentFile->writeRecord(record, slotOf(mCurrentIndex));
 }

@@ -104,18 +104,16 @@ Seam settleByFiles(std::shared_ptr<File>& current, std::int32_t timeBehind, int 
 // contradict it, current moves to the one that they say is being written.
 template <class File, class Open>
 HeldRange heldByPointer(std::shared_ptr<File>& current, Ring ring, Open const& open) {
+    bool const last = current->mFileIndex == ring.files - 1;
     std::shared_ptr<File> next;
     Seam seam = seamBehind(*current, next, open);
-    if (seam == Seam::Newer) {
+    if (seam == Seam::Newer && !last) {
         std::int32_t const timeBehind = firstTime(*next);
         next.reset();
         seam = settleByFiles(current, timeBehind, ring.files, open);
-        return heldAt(*current, seam, ring);
     }
     HeldRange held = heldAt(*current, seam, ring);
-    if (current->mFileIndex == ring.files - 1) {
-        held.count = heldAt(*current, Seam::LastFile, ring).count;
-    }
+    if (last) held.count = heldAt(*current, Seam::LastFile, ring).count;
     return held;
 }
 
