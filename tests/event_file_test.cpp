@@ -193,6 +193,9 @@ TEST_F(EventFiles, AreReadElsewhereOnlyWithAMatchingHeader) {
     ASSERT_EQ(EventFile::SetUpReading(path.c_str(), 1, 1, 0), 1);
     EXPECT_EQ(EventFile::getFileLocation(), old);
     EXPECT_FALSE(EventFile::hasLargeStorage());
+    fs::current_path(old);
+    EXPECT_EQ(EventFile::SetUpReading("event_log-1-1-0#0.vek", 1, 1, 0), 1);
+    EXPECT_EQ(EventFile::getFileLocation(), std::string("."));
     EXPECT_EQ(EventFile(0).mFirstRecord.timeStamp().seconds(), 3);
     EventFile made(2);
     EXPECT_EQ(fs::file_size(old / "event_log-1-1-0#2.vek"), FullSize);
