@@ -24,7 +24,6 @@ std::string hiddenPath(std::string const& path, std::string const& directory,
 }
 
 bool makeFile(char const* path, std::int64_t size) {
-    unlink(path);  // left by a process that had the same number
     int const fd = open(path, O_RDWR | O_CREAT | O_EXCL, 0600);
     if (fd == -1) return false;
     int failure = 0;
@@ -38,15 +37,15 @@ bool makeFile(char const* path, std::int64_t size) {
     return false;
 }
 
-// What processes that are no more left half made.
+// What processes that are no more left half made, one with this one's number included.
 void removeLeftovers(std::string const& directory, std::string const& name) {
     std::error_code failed;
     std::filesystem::directory_iterator entry(directory, failed);
     for (; !failed && entry != std::filesystem::directory_iterator(); entry.increment(failed)) {
         int process = 0;
         std::string const pattern = name + ".%d.";
-        if (std::sscanf(entry->path().filename().c_str(), pattern.c_str(), &process) == 1 &&
-            kill(process, 0) == -1 && errno == ESRCH) {
+        if (std::sscanf(entry->path().filename().c_str(), pattern.c_str(), &process) != 1) continue;
+        if (process == getpid() || (kill(process, 0) == -1 && errno == ESRCH)) {
             unlink(entry->path().c_str());
         }
     }

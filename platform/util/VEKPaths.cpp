@@ -1,5 +1,8 @@
 #include "util/VEKPaths.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -26,6 +29,13 @@ void resolve(char const* directory, char const* name, char* buffer, std::size_t 
     VEKLogMsg(1, "Directory %s/%s is not usable: %s", root(), directory,
               fits ? "a '%' in its path" : "path too long");
     std::snprintf(buffer, size, format, "/dev/null", directory, name);
+}
+
+bool flush(char const* path) {
+    int const fd = open(path, O_RDONLY);
+    bool const flushed = fd != -1 && fsync(fd) == 0;
+    if (fd != -1) close(fd);
+    return flushed;
 }
 
 }  // namespace
@@ -55,7 +65,8 @@ bool GetBackupSetting(char const* name) {
     fs::path const hidden = std::string(root()) + "/settings/." + name;
     std::error_code failed;
     fs::copy_file(from, hidden, fs::copy_options::overwrite_existing, failed);
-    if (!failed) fs::rename(hidden, to, failed);  // never half copied under its own name
+    if (failed || !flush(hidden.c_str())) return false;
+    fs::rename(hidden, to, failed);  // never half copied under its own name
     return !failed;
 }
 
