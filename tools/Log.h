@@ -34,9 +34,11 @@ struct Log {
         return version.empty() ? Kind::Name : std::string(Kind::Name) + ' ' + version;
     }
     std::string fileName(int index) const {
-        auto const found = paths.find(index);
-        if (found != paths.end()) return found->second.substr(found->second.rfind('/') + 1);
-        return Kind::format({version, index});
+        auto const sound = paths.find(index);
+        auto const unfit = faulty.find(index);
+        if (sound == paths.end() && unfit == faulty.end()) return Kind::format({version, index});
+        std::string const& path = sound != paths.end() ? sound->second : unfit->second.path;
+        return path.substr(path.rfind('/') + 1);
     }
     bool isRing() const { return ring.files > 1; }
     std::int64_t bytes() const {

@@ -34,6 +34,7 @@ std::string causeOf(std::optional<FileHeader> const& found, FileHeader const& ex
         if (found->recordSize != expected.recordSize) {
             return difference("record size", found->recordSize, expected.recordSize);
         }
+        if (found->recordCount == 0) return "wrong header: no slots";
         if (found->recordCount != expected.recordCount) {
             return difference("record count", found->recordCount, expected.recordCount);
         }

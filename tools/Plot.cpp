@@ -1,3 +1,5 @@
+#include <sys/mman.h>
+
 #include <cmath>
 #include <cstdio>
 #include <map>
@@ -95,6 +97,26 @@ void writeScript(std::FILE* out, Curves const& curves, std::string const& image,
     std::fprintf(out, "\n");
 }
 
+using Stream = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+// The picture is passed on from here, where an output that can't be written is noticed.
+void draw(Curves const& curves, std::string const& image, std::string const& title) {
+    int const memory = memfd_create("script", 0);  // inherited by gnuplot
+    Stream const script(fdopen(memory, "w"), std::fclose);
+    if (!script) throw CantRead("no memory for the picture");
+    writeScript(script.get(), curves, image, title);
+    std::fflush(script.get());
+    // Its settings files are left out: a picture is to look the same everywhere.
+    std::string const command = "gnuplot -d /dev/fd/" + std::to_string(memory);
+    Stream gnuplot(popen(command.c_str(), "r"), pclose);
+    if (!gnuplot) throw CantRead("gnuplot can't be started");
+    char piece[4096];
+    while (std::size_t const size = std::fread(piece, 1, sizeof piece, gnuplot.get())) {
+        std::fwrite(piece, 1, size, stdout);
+    }
+    if (pclose(gnuplot.release()) != 0) throw CantRead("gnuplot failed");
+}
+
 }  // namespace
 
 void plot(Options const& options, Status& status) {
@@ -110,12 +132,7 @@ void plot(Options const& options, Status& status) {
         },
         chosen);
     if (curves.empty()) throw CantRead("nothing to plot in " + options.paths.front());
-    // Its settings files are left out: a picture is to look the same everywhere.
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> gnuplot(popen("gnuplot -d", "w"), pclose);
-    if (!gnuplot) throw CantRead("gnuplot can't be started");
-    std::string const title = std::visit([](auto const& log) { return log.name(); }, chosen);
-    writeScript(gnuplot.get(), curves, options.image, title);
-    if (pclose(gnuplot.release()) != 0) throw CantRead("gnuplot failed");
+    draw(curves, options.image, std::visit([](auto const& log) { return log.name(); }, chosen));
 }
 
 }  // namespace ZEB::tool

@@ -16,8 +16,11 @@ Progress::Progress(std::int64_t total, bool quiet)
       mShown(!quiet && isatty(STDERR_FILENO) != 0),
       mNext(mStart + Interval) {}
 
-Progress::~Progress() {
+Progress::~Progress() { erase(); }
+
+void Progress::erase() {
     if (mWritten) std::fprintf(stderr, "\r\033[K");
+    mWritten = false;
 }
 
 void Progress::add(std::int64_t bytes) {

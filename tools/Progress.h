@@ -17,6 +17,7 @@ class Progress {
     Progress& operator=(Progress const&) = delete;
 
     void add(std::int64_t bytes);
+    void erase();
 
   private:
     using Clock = std::chrono::steady_clock;

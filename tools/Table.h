@@ -16,7 +16,7 @@ struct Heading {
 };
 
 // Rows on standard output, each written at once, so that any number of them takes
-// no memory. Control characters reach a terminal as escapes only.
+// no memory. But for CSV, control characters become escapes.
 class Table {
   public:
     // endless: no brackets around the rows of JSON, which nobody would close.

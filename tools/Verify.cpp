@@ -27,12 +27,13 @@ class Verifier {
     using Record = typename Kind::Record;
 
   public:
-    Verifier(Log<Kind> const& log, Table& table, Status& status, SlotReader& reader)
+    Verifier(Log<Kind> const& log, Table& table, Status& status, Progress& progress)
         : mLog(log),
           mPlace(findPlace(log, Gaps::AreSkipped)),
           mTable(table),
           mStatus(status),
-          mReader(reader) {}
+          mProgress(progress),
+          mReader(progress) {}
 
     void run() {
         if (mPlace.wrapped) startBehindTheLastFile();
@@ -80,8 +81,14 @@ class Verifier {
     }
 
     void report(int index, Json slot, std::string const& cause, ExitCode code = Damage) {
-        mTable.row({mLog.fileName(index), std::move(slot), {}, {}, {}, cause});
+        row({mLog.fileName(index), std::move(slot), {}, {}, {}, cause});
         mStatus.note(code);
+    }
+
+    // The two may share a terminal.
+    void row(std::vector<Json> const& cells) {
+        mProgress.erase();
+        mTable.row(cells);
     }
 
     int fileCount() const {
@@ -124,12 +131,12 @@ class Verifier {
             return found.used.count > 0 ? Json(timeText(file->readRecord(slot).timeStamp()))
                                         : Json();
         };
-        mTable.row({mLog.fileName(index),
-                    {},
-                    found.used.count,
-                    timeAt(found.oldest.slot),
-                    timeAt(found.newest.slot),
-                    "sound"});
+        row({mLog.fileName(index),
+             {},
+             found.used.count,
+             timeAt(found.oldest.slot),
+             timeAt(found.newest.slot),
+             "sound"});
     }
 
     void look(int index, int slot, Record const& record, Found& found) {
@@ -193,7 +200,7 @@ class Verifier {
             if (mLog.single) return;
             std::string const cause = pointerFault();
             if (cause.empty()) return;
-            mTable.row({pointerPath("").substr(1), {}, {}, {}, {}, cause});
+            row({pointerPath("").substr(1), {}, {}, {}, {}, cause});
             mStatus.note(Damage);
         }
     }
@@ -216,7 +223,8 @@ class Verifier {
     Place<Kind> const mPlace;
     Table& mTable;
     Status& mStatus;
-    SlotReader& mReader;
+    Progress& mProgress;
+    SlotReader mReader;
     bool mHasKey = false;
     std::int32_t mLastKey = 0;
 };
@@ -238,9 +246,8 @@ void verify(Options const& options, Status& status) {
                 total += std::visit([](auto const& log) { return log.bytes(); }, any);
             }
             Progress progress(total);
-            SlotReader reader(progress);
             for (AnyLog const& any : logs) {
-                std::visit([&](auto const& log) { Verifier(log, table, status, reader).run(); },
+                std::visit([&](auto const& log) { Verifier(log, table, status, progress).run(); },
                            any);
             }
         } catch (CantRead const& failure) {

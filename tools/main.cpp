@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <csignal>
 #include <map>
 
 #include "Commands.h"

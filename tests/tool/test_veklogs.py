@@ -27,7 +27,7 @@ def ring(directory, times, cookie=b"VEK KIB ML", size=110, names=LOG):
     """Fabricates files of four slots; times holds a list for each file."""
     directory.mkdir()
     for index, seconds in enumerate(times):
-        records = [struct.pack("<iIIhHHi", t, 0, 0, 0, 7 * (t != 0), 0, t).ljust(size, b"\0")
+        records = [struct.pack("<iIIhHHHHd", t, 0, 0, 0, 7 * (t != 0), 0, t, t, t).ljust(size, b"\0")
                    for t in seconds + [0] * (4 - len(seconds))]
         header = struct.pack("<12sHHH", cookie, 1, size, 4)
         (directory / (names % index)).write_bytes(header + b"".join(records))
@@ -67,6 +67,9 @@ class Reading(Case):
                      json.loads(run("show", path, "--format", "json"))):
             self.assertEqual([list(map(str, r.values()))[:6] for r in text], [r[:6] for r in everything])
         run("verify", path)
+        lone = ring(self.tmp / "m", [[3, 1, 2, 2]]) / (LOG % 0)
+        reader = subprocess.check_output([SOURCE / "docs/examples/read_veklogs.py", lone]).decode()
+        self.assertEqual(reader.splitlines(), ["\t".join(r[1:]) for r in rows("show", lone)])
         self.assertEqual(rows("info", path)[0][1:7], ["events 9.8.7", "1", "9", "9", "4", "36"])
         self.assertEqual(rows("info", path)[0][9:11], ["event_log-9-8-7#1.vek", "yes"])
 
@@ -138,8 +141,11 @@ class Damage(Case):
                 self.assertEqual(sorted(r[0] for r in found),
                                  sorted({LOG % n for n in range(len(times))} | {*fault[:1]}))
                 for command in ("info", "show", "show -n 2 --reverse", "export", "plot"):
-                    subprocess.run([VEKLOGS, *command.split(), path], capture_output=True)
+                    done = subprocess.run([VEKLOGS, *command.split(), path], capture_output=True)
+                    self.assertIn(done.returncode, (0, 1, 3), command)
                 self.assertEqual(snapshot(path), before)
+        os.truncate(LOG % 3, 9)
+        self.assertEqual(rows("verify", LOG % 3, code=1)[0][0], LOG % 3)
 
 
 class Documents(Case):
@@ -192,6 +198,10 @@ class Documents(Case):
         for args, code in (("", 2), ("show", 2), ("show -n -1 x", 2), ("info /dev/null", 3),
                            ("show --since 2026-02-31 x", 2), ("verify missing", 3)):
             run(*args.split(), code=code)
+        path = ring(self.tmp / "m", [[1, 2]])
+        for command in (f"PATH= {VEKLOGS} plot {path}", f"{VEKLOGS} plot {path} > /dev/full"):
+            done = subprocess.run(command, shell=True, capture_output=True)
+            self.assertEqual(done.returncode, 3, command)
 
 
 unittest.main()
