@@ -83,5 +83,6 @@ int main(int argc, char** argv) {
         std::string const bytes{std::istreambuf_iterator<char>(in), {}};
         LLVMFuzzerTestOneInput(reinterpret_cast<unsigned char const*>(&bytes[0]), bytes.size());
     }
+    return std::system("rm -r $VEK_ROOT");
 }
 #endif
