@@ -26,7 +26,7 @@ Side startOf() {
     return side("start", [] { return [] { Log const log; }; });
 }
 
-// To files full of records, the last but for its last slots.
+// Behind the newest record of what there is.
 template <class Log, class Record>
 Side appendTo(Record const& record) {
     return side("append", [record] {

@@ -17,7 +17,7 @@ namespace ZEB {
 //
 // No lock: one thread at a time uses a log. Nothing throws but std::bad_alloc;
 // after one the log works on. A record whose write failed is counted all the
-// same; files report their own failures. A file that can't be opened when the log
+// same, without a report. A file that can't be opened when the log
 // moves to it stays closed until the next move.
 class [[gnu::visibility("default")]] BasicEventLog {
   public:

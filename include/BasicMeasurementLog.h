@@ -26,7 +26,7 @@ struct HeldRange;
 // Thread-safe where not marked otherwise: one mutex, held for the whole of each
 // operation, a move to a new file with its flush included. Nothing throws but
 // std::bad_alloc; after one the log works on. A record whose write failed is
-// counted all the same; files report their own failures.
+// counted all the same, without a report.
 class [[gnu::visibility("default")]] BasicMeasurementLog {
   public:
     // Finds the file being written and what the log holds; writing is off at
