@@ -62,6 +62,14 @@ TEST_F(LightSources, ComeBackFromTheBackupOrThrow) {
                                     {{0, lamp(4, 4)}});
     EXPECT_EQ(LightSourceFile(0).mFirstRecord.key(), 4);
     EXPECT_EQ(fsyncs, 1);  // or a power cut could leave it short
+    fs::remove(path);
+    write(root / "foreign", "text");
+    fs::create_symlink(root / "foreign", path);
+    EXPECT_EQ(LightSourceFile(0).validRecordCount(), 0);
+    EXPECT_EQ(contents(root / "foreign"), Header + std::string(Size - 18, '\0'));
+    fs::remove(path);
+    fs::create_directory(path);
+    EXPECT_THROW(LightSourceFile(0), std::logic_error);
     fs::remove_all(settings);
     EXPECT_EQ(messagesOf([] {
                   try {

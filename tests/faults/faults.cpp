@@ -124,12 +124,13 @@ Fault failAgain(std::string const& name, std::size_t, Change const* change) {
     return failure;
 }
 Fault fail(std::string const& name, std::size_t size, Change const* change) {
-    for (unsigned variant = 0; variant < (size > 1 ? 4 : 3); ++variant) {  // odd: for good
+    for (unsigned variant = 0; variant < (size > 1 ? 5 : 3); ++variant) {  // odd: for good
         if (!inChild(name, variant)) continue;
         bool const full = name == "pwrite" || name == "fwrite" || name == "posix_fallocate";
         failing = name;
         failure.error = full ? ENOSPC : name.find("open") != std::string::npos ? EMFILE : EIO;
-        if (variant > 1) failure = size > 1 ? Fault{0, size / 2} : Fault{EINTR};
+        if (variant == 2) failure.error = EINTR;
+        if (variant > 2) failure = {0, size / 2};
         onCall = variant % 2 == 1 ? failAgain : nullptr;
         return failAgain(name, size, change);
     }
@@ -145,14 +146,18 @@ void failAllocation() {
     throw std::bad_alloc();
 }
 
-// Starts over a file of these bytes: what is sound in it stays, what is not is made anew.
 template <class Part>
-void damage(Part& part, int file, std::string const& bytes) {
+void spoil(Part& part, int file, std::string const& bytes) {
     int const fd = open(part.path(file).c_str(), O_RDWR | O_CREAT | O_TRUNC);
     require(pwrite(fd, bytes.data(), bytes.size(), 0) != -1, "can't damage");
     close(fd);
     std::fill_n(part.held.doubt, part.Capacity, Anything);
     part.settle(false);
+}
+// Starts over a file of these bytes: what is sound in it stays, what is not is made anew.
+template <class Part>
+void damage(Part& part, int file, std::string const& bytes) {
+    spoil(part, file, bytes);
     powerCut(0, false);
 }
 template <class Part>
@@ -277,6 +282,13 @@ int main(int argc, char** argv) {
     if (kind == "threads") threads(steps);
     if (!onMachine || kind == "image") live(steps, !onMachine);
     if (kind == "hostile") rigged->each([](auto& part) { damageAll(part); });
+    if (kind == "calls") {
+        rigged->each([](auto& part) {
+            part.close();
+            for (int file = 0; file < part.FileCount; ++file) spoil(part, file, "");
+            part.start(false, false);
+        });
+    }
     onCall = nullptr;
     onAllocation = nullptr;
     rigged->each([](auto& part) { part.close(); });
