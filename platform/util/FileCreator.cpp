@@ -24,6 +24,7 @@ std::string hiddenPath(std::string const& path, std::string const& directory,
 }
 
 bool makeFile(char const* path, std::int64_t size) {
+    unlink(path);  // left in another directory by a process that had the same number
     int const fd = open(path, O_RDWR | O_CREAT | O_EXCL, 0600);
     if (fd == -1) return false;
     int failure = 0;
