@@ -137,7 +137,8 @@ TEST_F(LightSources, AnswerRangesAsAskedFor) {
     ASSERT_EQ(replies.size(), 2U);
     EXPECT_EQ(timesOf(replies[0], 36), (std::vector<int>{0, 2}));
     EXPECT_EQ(timesOf(replies[1], 36).size(), 1000U);
-    EXPECT_EQ(fetch(log, 0, 1, 3).at(0).substr(8, 6), bytesOf(std::uint16_t{36}) + bytesOf(1));
+    EXPECT_EQ(fetch(log, T, 1, 3).at(0).substr(0, 14),
+              bytesOf(T) + bytesOf(1) + bytesOf(std::uint16_t{36}) + bytesOf(1));
 }
 
 TEST_F(LightSources, AreArchivedByClearAndSurviveItsFailure) {

@@ -15,8 +15,9 @@ std::string textOf(Json const& cell) {
     if (cell.is_null()) return "";
     if (cell.is_string()) return cell.get<std::string>();
     if (cell.is_boolean()) return cell.get<bool>() ? "yes" : "no";
-    bool const isNumber = !cell.is_number_float() || std::isfinite(cell.get<double>());
-    if (!isNumber) return std::to_string(cell.get<double>());  // JSON has no word for it
+    if (cell.is_number_float() && !std::isfinite(cell.get<double>())) {
+        return std::to_string(cell.get<double>());  // JSON has no word for it
+    }
     if (!cell.is_structured()) return cell.dump();
     std::string text;
     for (Json const& part : cell) {
