@@ -35,13 +35,14 @@ class [[gnu::visibility("default")]] BasicEventLog {
 
     void SetEnabled(bool enabled);
     // Appends one event: one write of 62 bytes, not flushed; a new file first,
-    // where one begins. Drops it while writing is off.
+    // where one begins. Drops it while writing is off or !EventFile::isUsable().
     void writeRecord(EventMsg const& record);
     // Any index, modulo the capacity; a slot never written gives a record that is
     // not valid. Opens, and may make, the file when it is not the current one.
     void GetRecord(EventMsg * record, unsigned long recordIndex);
     // Removes every file named with the version 1.2.7 and starts again at file 0,
-    // which the backup may bring back. Files whose paths have over 99 characters stay.
+    // which the backup may bring back. Paths over 99 characters are cut to that, and
+    // what stands there is removed.
     void clear();
     // Flushes the current file and returns the offset where its last read or write
     // ended if path is that file's, else 0.

@@ -39,11 +39,15 @@ class [[gnu::visibility("default")]] EventFile {
     // Points the class at the event files beside path, with the record count of
     // path's header and the given version numbers in their names; 1, or 0 with a
     // message on standard error. A path over 999 characters, or a directory over 973
-    // or with a '%', changes nothing; a path without a '/' means the current
-    // directory; one that can't be read or does not match may leave the record
-    // count, file size and large-storage flag replaced. Missing files there are made all the same,
-    // with the size that Init settled. Only while no other thread uses the class.
+    // or with a '%', changes nothing, nor does one that can't be opened; a path without
+    // a '/' means the current directory. One whose header can't be read or does not
+    // match leaves the record count, file size and large-storage flag replaced and
+    // isUsable() false. Missing files there are made all the same, with the size that
+    // Init settled. Only while no other thread uses the class.
     static int SetUpReading(char const* path, int major, int minor, int fix);
+    // False from such a call until one succeeds: the settings would have sound files made
+    // again as empty ones, so none is opened or made, and nothing is stored in any.
+    static bool isUsable() { return sUsable; }
 
     // Whether anything stands at the path of that file; false before Init. The
     // second asks the backup data directory.
@@ -115,6 +119,7 @@ class [[gnu::visibility("default")]] EventFile {
     static std::uint32_t sVersionMajor;
     static std::uint32_t sVersionMinor;
     static std::uint32_t sVersionFix;
+    static bool sUsable;
     static FileCreator* mFileCreator;
 
     Mutex mMutex;

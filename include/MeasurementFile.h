@@ -54,6 +54,7 @@ class [[gnu::visibility("default")]] MeasurementFile {
     // object closed.
     bool cleanFile(char const* path);
     void closeFd();
+    bool isOpen() const { return mFd != -1; }
 
     // Finds the newest record and counts the slots in use; always true.
     bool scanRecords();

@@ -1,4 +1,4 @@
-#include "EventFile.h"
+#include "BasicEventLog.h"
 
 #include <sys/stat.h>
 
@@ -158,7 +158,14 @@ TEST_F(EventFiles, ComeBackFromTheBackupWithoutOverwritingAny) {
 }
 
 TEST_F(EventFiles, AreReadElsewhereOnlyWithAMatchingHeader) {
-    std::string const before = (EventFile(0), EventFile::getFileLocation());
+    BasicEventLog log;
+    log.SetEnabled(true);
+    log.writeRecord(event(7));
+    EventFile open(0);
+    std::string const before = EventFile::getFileLocation();
+    fs::path const file0 = path(0);
+    fs::path const file1 = path(1);
+    std::string const stored = contents(file0);
     fs::path const old = root / "old";
     fs::create_directory(old);
     std::string const path = old / "event_log-1-1-0#0.vek";
@@ -184,6 +191,13 @@ TEST_F(EventFiles, AreReadElsewhereOnlyWithAMatchingHeader) {
         EXPECT_EQ(EventFile::getFileSize(), c.size);
         EXPECT_EQ(EventFile::hasLargeStorage(), c.large);
         EXPECT_EQ(EventFile::getFileLocation(), before);
+
+        log.writeRecord(event(8));
+        EXPECT_FALSE(open.writeRecord(event(8), 1) || open.addRecord(event(8)) ||
+                     open.cleanFile(file0.c_str()) || EventFile(0).openFd());
+        EventFile(1);
+        EXPECT_EQ(contents(file0), stored);
+        EXPECT_FALSE(fs::exists(file1));
     }
     EXPECT_EQ(EventFile::SetUpReading((root / "none").c_str(), 1, 1, 0), 0);
     EXPECT_EQ(

@@ -2,6 +2,7 @@
 #include <sys/mount.h>
 
 #include <algorithm>
+#include <chrono>
 #include <map>
 
 #include "BasicMeasurementLog.h"
@@ -24,8 +25,10 @@ class Measurements : public Instrument {
         return in / ("measurement_log" + std::to_string(index) + ".vek");
     }
     fs::path path(int index) const { return path(index, data); }
+    // Written in a round before the pointer was.
     void make(int index, Slots const& slots, std::string const& header = headerOf("ML", 110, R)) {
         makeSlotFile(path(index), header, Size, slots);
+        fs::last_write_time(path(index), fs::file_time_type::clock::now() - std::chrono::hours(1));
     }
     // Files of which only the slots that the search looks at are really there.
     void makeFull(int index, int time) {
@@ -137,6 +140,33 @@ TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
                   unread ? "Failed to read file number from " + pointer.string() + "\n" : "");
         EXPECT_EQ(contents(pointer), c.pointerAfter);
     }
+}
+
+TEST_F(Measurements, GoOnAfterTheNewestWhenTheClockFellOrAFileDoesNotOpen) {
+    for (int file = 0; file < F; ++file) makeFull(file, file < 3 ? 1000 + file : 100 + file);
+    point("2");
+    {
+        BasicMeasurementLog log;
+        log.SetEnabled(true);
+        append(log, 20, 22);  // the clock fell before file 3 was begun
+    }
+    EXPECT_EQ(contents(pointer), "3");
+    EXPECT_EQ(heldAtStart(), Range(4 * R, T));  // what is left of file 3 is given up
+
+    fs::rename(path(3), root / "aside");
+    fs::create_directory(path(3));
+    {
+        BasicMeasurementLog log;
+        EXPECT_EQ(held(log), Range(3 * R, T));
+        log.SetEnabled(true);
+        append(log, 30, 40);
+    }
+    EXPECT_EQ(contents(pointer), "3");
+    fs::remove(path(3));
+    fs::rename(root / "aside", path(3));
+    EXPECT_EQ(heldAtStart(), Range(4 * R, T));
+    BasicMeasurementLog log;
+    EXPECT_EQ(timeAt(log, 3 * R + 2), 22);
 }
 
 TEST_F(Measurements, TouchNoFileOutsideTheRingButThePointersOwn) {

@@ -10,7 +10,7 @@
 #include "LogFile.h"
 #include "Status.h"
 #include "files/FileNames.h"
-#include "logs/StartUpWalk.h"
+#include "logs/FileWindow.h"
 
 namespace ZEB::tool {
 
@@ -59,7 +59,7 @@ struct Log {
         for (auto it = paths.lower_bound(index); it != paths.end() && it->first < ring.files;
              ++it) {
             auto file = open(it->first);
-            if (file && !isEmpty(*file)) return file;
+            if (file && !factsOf(*file).isEmpty()) return file;
         }
         return nullptr;
     }

@@ -9,6 +9,7 @@
 #include "Times.h"
 #include "files/FileNames.h"
 #include "files/PointerFile.h"
+#include "logs/FileWindow.h"
 #include "logs/RingPosition.h"
 #include "logs/StartUpWalk.h"
 
@@ -19,6 +20,9 @@ template <class Kind>
 struct Place {
     std::shared_ptr<LogFile<Kind>> current;  // empty when nothing was ever written
     bool wrapped = false;
+    // The files contradict the pointer, and their times of modification, which a copy may
+    // have lost, were looked at to decide between them.
+    bool byModification = false;
     HeldRange held;
 
     int newestSlot() const { return current ? current->recentRecordIndex() : -1; }
@@ -42,14 +46,26 @@ std::optional<int> pointedFile(Log<Kind> const& log) {
 template <class Kind>
 bool isRefuted(Log<Kind> const& log, LogFile<Kind> const& named) {
     auto const start = log.open(0);
-    return named.mFileIndex == log.ring.files - 1 && start && firstTime(*start) > firstTime(named);
+    return named.mFileIndex == log.ring.files - 1 && start &&
+           factsOf(*start).firstTime > factsOf(named).firstTime;
+}
+
+template <class Kind>
+NamedFile stateOfNamed(Log<Kind> const& log, LogFile<Kind> const& named, bool& byModification) {
+    auto const unfit = log.faulty.find(named.mFileIndex);
+    if (unfit != log.faulty.end() && unfit->second.fault.unreadable) return NamedFile::NotOpened;
+    if (!named.mFirstRecord.isValid()) return NamedFile::NotBegun;
+    byModification = true;
+    bool const begun =
+        modifiedSincePointer(named.path().c_str(), pointerPath(log.directory).c_str());
+    return begun ? NamedFile::Begun : NamedFile::NotBegun;
 }
 
 // Goes the way of the log's own start, with nothing made, moved or restored.
 template <class Kind>
 Place<Kind> findPlace(Log<Kind> const& log, Gaps gaps) {
-    Place<Kind> place;
-    auto& current = place.current;
+    Place<Kind> found;
+    auto& current = found.current;
     auto const open = [&](int index) {
         return gaps == Gaps::EndTheLog ? log.open(index) : log.openFrom(index);
     };
@@ -58,23 +74,28 @@ Place<Kind> findPlace(Log<Kind> const& log, Gaps gaps) {
         current = log.open(*named);
         if (gaps == Gaps::EndTheLog) {
             if (!current) current = std::make_shared<LogFile<Kind>>(*named);
-        } else if (current && (isEmpty(*current) || isRefuted(log, *current))) {
+        } else if (current && (factsOf(*current).isEmpty() || isRefuted(log, *current))) {
             current.reset();
         }
     }
-    if (current) {
-        place.held = heldByPointer(current, log.ring, open);
-    } else {
+    bool const byPointer = current != nullptr;
+    if (!byPointer) {
         // A single file's records count whatever their time.
         current = log.isRing() ? open(0) : log.open(0);
-        if (!current || (log.isRing() && isEmpty(*current))) return {};
-        place.held = heldAt(*current, walk(current, log.ring.files, open), log.ring);
-        if (!log.isRing() && current->holdsSeam()) {
-            place.held = {current->recentRecordIndex() + 1, log.ring.capacity()};
-        }
+        if (!current || (log.isRing() && factsOf(*current).isEmpty())) return {};
     }
-    place.wrapped = place.held.first > 0 || current->holdsSeam();
-    return place;
+    FileFacts const start = factsOf(*current);
+    auto const state = [&] { return stateOfNamed(log, *current, found.byModification); };
+    FileWindow look(current, open);
+    auto const place = byPointer ? placeByPointer(start, log.ring.files, look, state)
+                                 : walk(start, log.ring.files, look);
+    if (place.file.index != start.index) current = look.at(place.file.index);
+    found.held = heldAt(place, current->recentRecordIndex(), log.ring);
+    if (!log.isRing() && current->holdsSeam()) {
+        found.held = {current->recentRecordIndex() + 1, log.ring.capacity()};
+    }
+    found.wrapped = found.held.first > 0 || current->holdsSeam();
+    return found;
 }
 
 // A run of slots of one file.

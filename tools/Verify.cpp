@@ -181,7 +181,7 @@ class Verifier {
             report(index, found.afterUnused.first,
                    "used after unused slot " + std::to_string(found.unused.first) +
                        found.afterUnused.more());
-        } else if (mLog.isRing() && file.mFirstRecord.isValid() && isEmpty(file)) {
+        } else if (mLog.isRing() && file.mFirstRecord.isValid() && factsOf(file).isEmpty()) {
             report(index, 0, "the log takes the file for empty: no time after 1970 began");
         } else if (found.unused.count > 0 && mPlace.current && !isLast && !isCurrent) {
             report(index, found.unused.first,

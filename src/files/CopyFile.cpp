@@ -1,28 +1,26 @@
 #include "files/CopyFile.h"
 
 #include <cstddef>
-#include <cstdio>
+
+#include "files/Handles.h"
 
 namespace ZEB {
 
 bool copyFile(char const* from, char const* to) {
-    std::FILE* const out = std::fopen(to, "wb");
-    if (out == nullptr) {
+    Stream const out(std::fopen(to, "wb"));
+    if (!out) {
         std::perror(to);
         return false;
     }
-    std::FILE* const in = std::fopen(from, "rb");
-    if (in == nullptr) {
+    Stream const in(std::fopen(from, "rb"));
+    if (!in) {
         std::perror(from);
-        std::fclose(out);
         return false;
     }
     char bytes[8192];
-    while (std::size_t const size = std::fread(bytes, 1, sizeof bytes, in)) {
-        std::fwrite(bytes, 1, size, out);
+    while (std::size_t const size = std::fread(bytes, 1, sizeof bytes, in.get())) {
+        std::fwrite(bytes, 1, size, out.get());
     }
-    std::fclose(in);
-    std::fclose(out);
     return true;
 }
 

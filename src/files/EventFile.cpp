@@ -1,11 +1,11 @@
 #include "EventFile.h"
 
-#include <dirent.h>
-
+#include <cerrno>
 #include <mutex>
 
 #include "files/CopyFile.h"
 #include "files/FileNames.h"
+#include "files/Handles.h"
 #include "files/SlotFileOps.h"
 #include "util/FileCreator.h"
 #include "util/VEKPaths.h"
@@ -33,6 +33,7 @@ std::int64_t EventFile::sFileSize = -1;
 std::uint32_t EventFile::sVersionMajor = 1;
 std::uint32_t EventFile::sVersionMinor = 2;
 std::uint32_t EventFile::sVersionFix = 7;
+bool EventFile::sUsable = true;
 FileCreator* EventFile::mFileCreator = nullptr;
 
 namespace {
@@ -78,6 +79,7 @@ bool EventFile::adoptHeader(char const* path) {
         std::fprintf(stderr, "Failed to open %s\n", path);
         return false;
     }
+    sUsable = false;  // until all settings belong to one set of files again
     sFileSize = lseek(fd, 0, SEEK_END);
     FileHeader found = Ops::header();
     ssize_t const size = pread(fd, &found, HeaderSize, 0);
@@ -114,6 +116,7 @@ int EventFile::SetUpReading(char const* path, int major, int minor, int fix) {
     sVersionMinor = static_cast<std::uint32_t>(minor);
     sVersionFix = static_cast<std::uint32_t>(fix);
     sFileNameFormat = ReadingFileFormat;
+    sUsable = true;
     return 1;
 }
 
@@ -150,6 +153,10 @@ EventFile::EventFile(int fileIndex) : mFileIndex(fileIndex) {
 EventFile::~EventFile() { closeFd(); }
 
 bool EventFile::openFd() {
+    if (!sUsable) {
+        errno = EINVAL;
+        return false;
+    }
     if (!formatPath(mFilePath, sFileNameFormat, sVersionMajor, sVersionMinor, sVersionFix,
                     mFileIndex)) {
         VEKLogMsg(1, "ZEB::EventFile::openFd - mFilePath %s (%d) too long", sFileNameFormat,
@@ -165,7 +172,7 @@ bool EventFile::openFd() {
 }
 
 bool EventFile::cleanFile(char const* path) {
-    return Ops::replaceFile(*this, path, "Event file failed to unlink");
+    return sUsable && Ops::replaceFile(*this, path, "Event file failed to unlink");
 }
 
 void EventFile::closeFd() {
@@ -198,10 +205,10 @@ std::vector<EventMsg> EventFile::readRecords(int firstSlot, int count) {
     return Ops::readRun(*this, firstSlot, count);
 }
 
-bool EventFile::addRecord(EventMsg const& record) { return Ops::add(*this, record); }
+bool EventFile::addRecord(EventMsg const& record) { return sUsable && Ops::add(*this, record); }
 
 bool EventFile::writeRecord(EventMsg const& record, int slot) {
-    return Ops::write(*this, record, slot);
+    return sUsable && Ops::write(*this, record, slot);
 }
 
 std::int64_t EventFile::IsCurrentFile(char const* path) {
@@ -221,13 +228,13 @@ void EventFile::deserialize(EventMsg& record, std::istream& in) { record.deseria
 bool EventFile::RestoreFromBackup() {
     char directory[PathSize];
     VEKBackupDataFile("", directory, sizeof directory);
-    DIR* const listing = opendir(directory);
-    if (listing == nullptr) {
+    Listing const listing(opendir(directory));
+    if (!listing) {
         std::perror(directory);
         return false;
     }
     VEKLogMsg(1, "ZEB::EventFile::RestoreFromBackup");
-    while (dirent const* const entry = readdir(listing)) {
+    while (dirent const* const entry = readdir(listing.get())) {
         int major = 0;
         int minor = 0;
         int fix = 0;
@@ -245,7 +252,6 @@ bool EventFile::RestoreFromBackup() {
         }
         if (!exists(to)) CopyLog(from, to);
     }
-    closedir(listing);
     return true;
 }
 

@@ -9,7 +9,7 @@
 #include <new>
 #include <vector>
 
-#include "files/RecordKey.h"
+#include "files/NewestSlot.h"
 #include "files/SlotIo.h"
 #include "util/DropCaches.h"
 #include "util/VEKLog.h"
@@ -120,35 +120,12 @@ struct SlotFileOps {
 
     static void scan(File& file) { scan(file, File::sRecordCount); }
 
-    // The records lie in slot order, and in a full file the slots before the seam
-    // are newer than those behind it: the last slot tells which of the two it is,
-    // and a bisection finds where the used, or the newer, run ends.
     static void scan(File& file, int slots) {
         if (file.mValidRecordCount != 1) return;
-        int const last = slots - 1;
-        Record const lastRecord = file.readRecord(last);
-        bool const full = lastRecord.isValid();
-        if (full) {
-            file.mValidRecordCount = slots;
-            if (recordKey(lastRecord) >= recordKey(file.mFirstRecord)) {
-                setNewest(file, lastRecord, last);
-                return;
-            }
-        }
-        setNewest(file, file.mFirstRecord, 0);
-        for (int low = 0, high = last; low + 1 < high;) {
-            int const middle = low + (high - low) / 2;
-            Record const record = file.readRecord(middle);
-            bool const inRun =
-                full ? recordKey(record) >= recordKey(file.mRecentRecord) : record.isValid();
-            if (inRun) {
-                low = middle;
-                setNewest(file, record, middle);
-            } else {
-                high = middle;
-            }
-        }
-        if (!full) file.mValidRecordCount = file.mRecentRecordIndex + 1;
+        auto const read = [&](int slot) { return file.readRecord(slot); };
+        NewestSlot<Record> const newest = findNewestSlot(file.mFirstRecord, slots, read);
+        file.mValidRecordCount = newest.usedSlots;
+        setNewest(file, newest.record, newest.slot);
     }
 
     static void scanUnlessKnown(File& file) {

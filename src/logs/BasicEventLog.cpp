@@ -1,8 +1,10 @@
 #include "BasicEventLog.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "files/SlotIo.h"
+#include "logs/FileWindow.h"
 #include "logs/RecordRun.h"
 #include "logs/RingPosition.h"
 #include "logs/StartUpWalk.h"
@@ -14,9 +16,12 @@ Ring ring() { return {BasicEventLog::getFileCount(), EventFile::getRecordCount()
 }  // namespace
 
 BasicEventLog::BasicEventLog() : mCurrentFile(std::make_shared<EventFile>(0)) {
-    if (isEmpty(*mCurrentFile)) return;
-    Seam const seam = walk(mCurrentFile, getFileCount(), openExisting<EventFile>);
-    HeldRange const held = heldAt(*mCurrentFile, seam, ring());
+    FileFacts const zero = factsOf(*mCurrentFile);
+    if (zero.isEmpty()) return;
+    FileWindow look(std::move(mCurrentFile), openExisting<EventFile>);
+    Place const place = walk(zero, getFileCount(), look);
+    mCurrentFile = look.at(place.file.index);
+    HeldRange const held = heldAt(place, mCurrentFile->recentRecordIndex(), ring());
     mFirst = held.first;
     mCount = held.count;
 }
@@ -32,7 +37,7 @@ int BasicEventLog::getRecordCount() { return ring().capacity(); }
 void BasicEventLog::SetEnabled(bool enabled) { mEnabled = enabled; }
 
 void BasicEventLog::writeRecord(EventMsg const& record) {
-    if (!mEnabled) return;
+    if (!mEnabled || !EventFile::isUsable()) return;
     Ring const shape = ring();
     HeldRange held{mFirst, mCount};
     held.keepBelowLimit(shape);

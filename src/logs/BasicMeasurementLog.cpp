@@ -1,7 +1,6 @@
 #include "BasicMeasurementLog.h"
 
 #include <dirent.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -12,10 +11,12 @@
 
 #include "files/CopyFile.h"
 #include "files/FileNames.h"
+#include "files/Handles.h"
 #include "files/PointerFile.h"
 #include "files/SlotIo.h"
 #include "logs/DateSearch.h"
 #include "logs/ExportText.h"
+#include "logs/FileWindow.h"
 #include "logs/RecordRun.h"
 #include "logs/RingPosition.h"
 #include "logs/StartUpWalk.h"
@@ -29,20 +30,21 @@ constexpr std::uint32_t MaxRunLength = 417;
 
 using Lock = std::lock_guard<Mutex>;
 
+constexpr std::size_t ReadPathSize = 1000;
+
 Ring ring() { return {BasicMeasurementLog::getFileCount(), MeasurementFile::getRecordCount()}; }
 
-// Flushed at once, since opening it has emptied it.
-void writePointer(int fileIndex) {
-    char path[200];
-    if (!formatPath(path, PointerPathFormat, MeasurementFile::getFileLocation())) {
-        errno = ENAMETOOLONG;
-        std::perror(path);
-        return;
+NamedFile stateOfNamed(MeasurementFile const& file) {
+    if (!file.isOpen()) {
+        return MeasurementFile::FileExist(file.mFileIndex) ? NamedFile::NotOpened
+                                                           : NamedFile::NotBegun;
     }
-    Stream const out(std::fopen(path, "wb"));
-    bool const written = out && std::fprintf(out.get(), "%d", fileIndex) > 0 &&
-                         std::fflush(out.get()) == 0 && fsync(fileno(out.get())) == 0;
-    if (!written) std::perror(path);
+    char path[ReadPathSize];
+    char pointer[ReadPathSize];
+    formatPath(path, MeasurementFile::getFileNameFormat(), file.mFileIndex);
+    formatPath(pointer, PointerPathFormat, MeasurementFile::getFileLocation());
+    bool const begun = file.mFirstRecord.isValid() && modifiedSincePointer(path, pointer);
+    return begun ? NamedFile::Begun : NamedFile::NotBegun;
 }
 
 }  // namespace
@@ -66,21 +68,30 @@ int BasicMeasurementLog::getFileCount() {
 int BasicMeasurementLog::getRecordCount() { return ring().capacity(); }
 
 void BasicMeasurementLog::findPlaceByPointer() {
-    int const named = mCurrentFile->mFileIndex;
-    adopt(heldByPointer(mCurrentFile, ring(), openExisting<MeasurementFile>));
-    if (mCurrentFile->mFileIndex != named) NewCurrentFile(mCurrentFile->mFileIndex, true);
+    FileFacts const named = factsOf(*mCurrentFile);
+    auto const state = [this] { return stateOfNamed(*mCurrentFile); };
+    FileWindow look(mCurrentFile, openExisting<MeasurementFile>);
+    Place const place = placeByPointer(named, getFileCount(), look, state);
+    if (place.file.index != named.index) {
+        mCurrentFile = look.at(place.file.index);
+        NewCurrentFile(place.file.index, true);
+    }
+    adopt(heldAt(place, mCurrentFile->recentRecordIndex(), ring()));
 }
 
 void BasicMeasurementLog::findPlaceByFiles() {
     mCurrentFile = std::make_shared<MeasurementFile>(0);
-    if (isEmpty(*mCurrentFile)) return;
-    Seam const seam = walk(mCurrentFile, getFileCount(), openExisting<MeasurementFile>);
-    adopt(heldAt(*mCurrentFile, seam, ring()));
-    NewCurrentFile(mCurrentFile->mFileIndex, true);
+    FileFacts const zero = factsOf(*mCurrentFile);
+    if (zero.isEmpty()) return;
+    FileWindow look(std::move(mCurrentFile), openExisting<MeasurementFile>);
+    Place const place = walk(zero, getFileCount(), look);
+    mCurrentFile = look.at(place.file.index);
+    adopt(heldAt(place, mCurrentFile->recentRecordIndex(), ring()));
+    NewCurrentFile(place.file.index, true);
 }
 
 bool BasicMeasurementLog::OpenCurrentFile() {
-    char path[1000];
+    char path[ReadPathSize];
     formatPath(path, PointerPathFormat, MeasurementFile::getFileLocation());
     int fileIndex = 0;
     if (readPointer(path, &fileIndex)) {
@@ -88,7 +99,8 @@ bool BasicMeasurementLog::OpenCurrentFile() {
         return true;
     }
     if (RestoreFromBackup(&fileIndex)) {
-        NewCurrentFile(fileIndex, false);
+        NewCurrentFile(fileIndex, true);
+        makeCurrent(fileIndex);
         return true;
     }
     std::fprintf(stderr, "Failed to read file number from %s\n", path);
@@ -96,32 +108,36 @@ bool BasicMeasurementLog::OpenCurrentFile() {
 }
 
 bool BasicMeasurementLog::RestoreFromBackup(int* fileIndex) {
-    char from[1000];
-    char to[1000];
+    char from[ReadPathSize];
+    char to[ReadPathSize];
     formatPath(from, PointerPathFormat, MeasurementBackupDirectory);
     if (!readPointer(from, fileIndex)) return false;
-    DIR* const listing = opendir(MeasurementBackupDirectory);
-    if (listing == nullptr) {
+    Listing const listing(opendir(MeasurementBackupDirectory));
+    if (!listing) {
         std::perror(MeasurementBackupDirectory);
         return false;
     }
-    while (dirent const* const entry = readdir(listing)) {
+    while (dirent const* const entry = readdir(listing.get())) {
         int index = 0;
         if (std::sscanf(entry->d_name, MeasurementNameFormat, &index) != 1) continue;
         formatPath(from, MeasurementPathFormat, MeasurementBackupDirectory, index);
         formatPath(to, MeasurementPathFormat, MeasurementFile::getFileLocation(), index);
         CopyLog(from, to);
     }
-    closedir(listing);
     return true;
 }
 
 bool BasicMeasurementLog::CopyLog(char const* from, char const* to) { return copyFile(from, to); }
 
 void BasicMeasurementLog::NewCurrentFile(int fileIndex, bool pointerOnly) {
-    writePointer(fileIndex);
-    if (pointerOnly) return;
-    makeCurrent(fileIndex);
+    char path[200];
+    if (formatPath(path, PointerPathFormat, MeasurementFile::getFileLocation())) {
+        writePointer(path, fileIndex, pointerOnly ? PointerWrite::AtStart : PointerWrite::ForMove);
+    } else {
+        errno = ENAMETOOLONG;
+        std::perror(path);
+    }
+    if (!pointerOnly) makeCurrent(fileIndex);
 }
 
 void BasicMeasurementLog::makeCurrent(int fileIndex) {
@@ -248,6 +264,8 @@ bool BasicMeasurementLog::SaveToFile(char const* path, long from, long to) {
     std::int64_t index = std::max(dateToIndex(static_cast<unsigned int>(from)), 0);
     int const last = dateToIndex(static_cast<unsigned int>(to));
     std::int64_t left = mCount > 0 ? last - index + 1 : 0;
+    left =
+        std::min<std::int64_t>(left, ring().capacity());  // a pointer outside the ring counts more
     while (left > 0) {
         RingPosition const at = ringPosition(static_cast<std::uint64_t>(index), ring());
         auto const length =

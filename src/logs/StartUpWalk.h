@@ -1,120 +1,136 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <utility>
+#include <limits>
 
 #include "logs/RingPosition.h"
 
 namespace ZEB {
 
-// Where a log finds itself when it starts, told from the first record of each
-// file alone.
-enum class Seam {
-    NoNext,    // the file behind the current one is missing or empty
-    Older,     // it is older: the ring has wrapped
-    Newer,     // it is not older: the current file is further on
-    LastFile,  // the current file is the ring's last
+// Where a log goes on after a restart, told from what its files show. Nothing here
+// reads a file: look(index) answers for one.
+
+struct FileFacts {
+    int index = 0;
+    std::int32_t firstTime = 0;  // of the record in slot 0; 0 for a file that is missing
+
+    // To the logs a file whose first time is 0 or less is empty, whatever the file
+    // itself says of its slot 0.
+    bool isEmpty() const { return firstTime <= 0; }
 };
 
-template <class File>
-std::int32_t firstTime(File const& file) {
-    return file.mFirstRecord.timeStamp().seconds();
+// How a file and the next one in the ring meet.
+enum class Seam {
+    NoNext,       // the next one is missing or empty
+    Older,        // it is older: the ring has wrapped
+    NotOlder,     // it is not: the log has moved on to it
+    LastFile,     // there is none: the file is the ring's last
+    OldAfterLast  // a foreign file with older records follows the last one
+};
+
+struct Place {
+    FileFacts file;  // the one being written
+    Seam seam;
+};
+
+inline Seam seamBetween(FileFacts const& file, FileFacts const& next) {
+    if (next.isEmpty()) return Seam::NoNext;
+    return file.firstTime > next.firstTime ? Seam::Older : Seam::NotOlder;
 }
 
-// To the logs a file whose first time is 0 or less is empty, whatever the file
-// itself says of its slot 0.
-template <class File>
-bool isEmpty(File const& file) {
-    return firstTime(file) <= 0;
-}
-
-template <class File>
-std::shared_ptr<File> openExisting(int index) {
-    return File::FileExist(index) ? std::make_shared<File>(index) : nullptr;
-}
-
-// In what follows, open(index) opens the file of that index or, where there is
-// none, gives an empty pointer.
-
-// What follows current; next receives the file behind it when that is Newer.
-template <class File, class Open>
-Seam seamBehind(File const& current, std::shared_ptr<File>& next, Open const& open) {
-    std::int64_t const index = std::int64_t{current.mFileIndex} + 1;
-    if (index != clampedToInt(index)) return Seam::NoNext;
-    std::shared_ptr<File> candidate = open(static_cast<int>(index));
-    if (!candidate || isEmpty(*candidate)) return Seam::NoNext;
-    if (firstTime(current) > firstTime(*candidate)) return Seam::Older;
-    next = std::move(candidate);
-    return Seam::Newer;
-}
-
-// Moves current on from file to file until the file being written is found.
-template <class File, class Open>
-Seam walk(std::shared_ptr<File>& current, int fileCount, Open const& open) {
-    while (current->mFileIndex < fileCount - 1) {
-        Seam const seam = seamBehind(*current, current, open);
-        if (seam != Seam::Newer) return seam;
+// The place by the files alone: the first file, from current on, whose next one is
+// missing, empty or older.
+template <class Look>
+Place walk(FileFacts current, int fileCount, Look& look) {
+    while (current.index < fileCount - 1) {
+        FileFacts const next = look(current.index + 1);
+        Seam const seam = seamBetween(current, next);
+        if (seam != Seam::NotOlder) return {current, seam};
+        current = next;
     }
-    return Seam::LastFile;
+    return {current, Seam::LastFile};
 }
 
-// What the log holds when current is the file being written. In a wrapped ring
-// whose newest record lies in the last file, the older records behind it are not
-// counted: nothing tells them apart from a ring that never wrapped.
-template <class File>
-HeldRange heldAt(File& current, Seam seam, Ring ring) {
-    int const upToNewest = clampedToInt(std::int64_t{ring.slotsPerFile} * current.mFileIndex +
-                                        current.recentRecordIndex() + 1);
-    if (seam == Seam::Older) return {upToNewest, ring.capacity()};
-    return {0, upToNewest};
+// The same, on past the last file where file 0 is newer. NotOlder: both have one time,
+// which gives the files no order.
+template <class Look>
+Place walkRound(FileFacts const& start, int fileCount, Look& look) {
+    Place const end = walk(start, fileCount, look);
+    if (end.seam != Seam::LastFile) return end;
+    FileFacts const zero = look(0);
+    if (zero.firstTime == end.file.firstTime) return {end.file, Seam::NotOlder};
+    return zero.firstTime > end.file.firstTime ? walk(zero, fileCount, look) : end;
 }
 
-// The file before the one that a pointer named, if it is newer than that one and
-// the file behind it, as when the move was cut short before the first record of
-// this round.
-template <class File, class Open>
-std::shared_ptr<File> fileBeforeCutMove(File const& named, std::int32_t timeBehind, int fileCount,
-                                        Open const& open) {
-    if (named.mFileIndex < 0) return nullptr;
-    std::shared_ptr<File> before = open((named.mFileIndex == 0 ? fileCount : named.mFileIndex) - 1);
-    bool const newer =
-        before && firstTime(*before) > firstTime(named) && firstTime(*before) > timeBehind;
-    return newer ? before : nullptr;
+// What the file that the pointer names shows of the pointer's own round.
+enum class NamedFile {
+    NotOpened,  // it exists, but did not open
+    NotBegun,   // nothing was written into it since the pointer was
+    Begun
+};
+
+// Whether number's first digits are those of named, as in a pointer whose writing the
+// power cut short.
+inline bool isTornFrom(int number, int named) {
+    while (number > named) number /= 10;
+    return number == named && named > 0;
 }
 
-// A pointer named current, whose successor is not older, so the two disagree: moves
-// current to the file being written.
-template <class File, class Open>
-Seam settleByFiles(std::shared_ptr<File>& current, std::int32_t timeBehind, int fileCount,
-                   Open const& open) {
-    if (auto before = fileBeforeCutMove(*current, timeBehind, fileCount, open)) {
-        current = std::move(before);
-        return Seam::Older;
+// The named file's next one is not older, so pointer and files disagree. Either the move
+// to the named file was cut, or the pointer is behind or torn, or times of records are
+// wrong, since the clock was set back.
+template <class Look>
+Place settle(FileFacts const& named, FileFacts const& next, NamedFile state, int fileCount,
+             Look& look) {
+    Place const byPointer{named, Seam::Older};
+    if (state == NamedFile::NotOpened) return byPointer;
+    if (named.index < 0 || named.index >= fileCount) return walkRound(named, fileCount, look);
+
+    if (state == NamedFile::NotBegun) {
+        FileFacts const before = look((named.index + fileCount - 1) % fileCount);
+        bool const moveWasCut =
+            before.firstTime > named.firstTime && before.firstTime > next.firstTime;
+        if (moveWasCut) return {before, Seam::Older};
     }
-    Seam const seam = walk(current, fileCount, open);
-    if (seam != Seam::LastFile) return seam;
-    std::shared_ptr<File> start = open(0);
-    if (!start || firstTime(*start) <= firstTime(*current)) return seam;
-    current = std::move(start);
-    return walk(current, fileCount, open);
+    Place const byFiles = walkRound(named, fileCount, look);
+    if (byFiles.seam == Seam::NotOlder) return byPointer;
+    int const afterFound = (byFiles.file.index + 1) % fileCount;
+    if (state == NamedFile::NotBegun && isTornFrom(afterFound, named.index)) return byFiles;
+    // A pointer falls behind file by file; a clock that fell stops the walk where it did,
+    // before the pointer.
+    int const back = (named.index - byFiles.file.index + fileCount) % fileCount;
+    return 2 * back < fileCount ? byPointer : byFiles;
 }
 
-// The same as heldAt for a current file that a pointer named; where the files
-// contradict it, current moves to the one that they say is being written.
-template <class File, class Open>
-HeldRange heldByPointer(std::shared_ptr<File>& current, Ring ring, Open const& open) {
-    bool const last = current->mFileIndex == ring.files - 1;
-    std::shared_ptr<File> next;
-    Seam seam = seamBehind(*current, next, open);
-    if (seam == Seam::Newer && !last) {
-        std::int32_t const timeBehind = firstTime(*next);
-        next.reset();
-        seam = settleByFiles(current, timeBehind, ring.files, open);
+// The place when a pointer named a file; stateOfNamed() is asked only when the files do
+// not bear the pointer out.
+template <class Look, class StateOfNamed>
+Place placeByPointer(FileFacts const& named, int fileCount, Look& look,
+                     StateOfNamed const& stateOfNamed) {
+    if (named.index == std::numeric_limits<int>::max()) return {named, Seam::NoNext};
+    FileFacts const next = look(named.index + 1);
+    Seam const seam = seamBetween(named, next);
+    if (named.index == fileCount - 1) {
+        return {named, seam == Seam::Older ? Seam::OldAfterLast : Seam::LastFile};
     }
-    HeldRange held = heldAt(*current, seam, ring);
-    if (last) held.count = heldAt(*current, Seam::LastFile, ring).count;
-    return held;
+    if (seam != Seam::NotOlder) return {named, seam};
+    return settle(named, next, stateOfNamed(), fileCount, look);
+}
+
+// What the log holds at place, when newestSlot is that file's newest (-1: none). In a
+// wrapped ring whose newest record lies in the last file, the older records after it
+// are not counted: nothing tells them from a ring that never wrapped.
+inline HeldRange heldAt(Place const& place, int newestSlot, Ring ring) {
+    int const upToNewest =
+        clampedToInt(std::int64_t{ring.slotsPerFile} * place.file.index + newestSlot + 1);
+    switch (place.seam) {
+        case Seam::Older:
+            return {upToNewest, ring.capacity()};
+        case Seam::OldAfterLast:
+            return {upToNewest, upToNewest};
+        default:
+            return {0, upToNewest};
+    }
 }
 
 }  // namespace ZEB
