@@ -12,11 +12,12 @@
 namespace rig {
 
 struct Change {
-    enum Kind { Link, Unlink, Rename, Write, Resize } kind;
+    enum Kind { Link, Unlink, Rename, Write, Resize, Date } kind;
     int node;
     std::string path, to;
     std::size_t at;  // Write: offset; Resize: length
     std::string bytes;
+    long time = 0;  // of modification; Date: the one given
 };
 struct Fault {
     int error = 0;             // the call fails with it
@@ -30,7 +31,7 @@ inline Hook onCall = nullptr;
 inline void (*onAllocation)() = nullptr;
 
 std::size_t openDescriptors();
-void perform(Change const& change);
+void perform(Change change);
 // The power fails: of the changes not flushed, those that kept() names survive.
 void lose(std::function<bool(std::size_t)> const& kept);
 std::size_t pendingChanges();

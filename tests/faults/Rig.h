@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -19,6 +20,9 @@
 #include "BasicLightSourceLog.h"
 #include "BasicMeasurementLog.h"
 #include "Disk.h"
+#include "files/NewestSlot.h"
+#include "files/PointerFile.h"
+#include "logs/StartUpWalk.h"
 #include "msgclasses/ByteStream.h"
 #include "util/FileCreator.h"
 
@@ -101,6 +105,10 @@ struct Part {
         return (Events ? "/rig/backup/data" : "/mnt/sysdata/veklogs") +
                from.substr(from.rfind('/'));
     }
+    static bool exists(std::string const& file) {
+        struct stat status {};
+        return stat(file.c_str(), &status) == 0;
+    }
     int firstHeld() const { return Lamps ? 0 : held.first; }
     int next() const {
         auto const end = static_cast<int>((long{held.first} + held.count) % Capacity);
@@ -125,11 +133,15 @@ struct Part {
         if (Lamps) held.first = held.count < Capacity ? 0 : more ? 1 : held.first % Capacity;
         check();
     }
-    void store(Slot const& slot, bool advance) {
+    static Record recordIn(Slot const& slot) {
         ZEB::ByteBuf bytes(slot.bytes, Size);
         ZEB::ByteStream stream(&bytes);
         Record record;
         record.deserialize(stream);
+        return record;
+    }
+    void store(Slot const& slot, bool advance) {
+        Record const record = recordIn(slot);
         call(
             [&] {
                 if (!log) return;
@@ -216,14 +228,51 @@ struct Part {
         sync();
     }
 
+    // What the library's rules make of the files, read without its help; nothing where a
+    // backup has a say, or where the pointer names no file of the ring.
+    std::optional<ZEB::HeldRange> rangeByRules() const {
+        for (int i = 0; i <= Files; ++i) {
+            if (Lamps || exists(backup(i))) return {};
+        }
+        auto const disk = onDisk();
+        auto const recordAt = [&](int file, int slot) {
+            return recordIn(disk[static_cast<unsigned>(file * Slots + slot)]);
+        };
+        auto const look = [&](int file) {
+            return ZEB::FileFacts{file, file < Files ? recordKey(recordAt(file, 0)) : 0};
+        };
+        int named = 0;
+        bool const pointed = Measured && ZEB::readPointer(path(Files).c_str(), &named);
+        if (named < 0 || named >= Files) return {};
+        auto const state = [&] {
+            bool const begun = recordAt(named, 0).isValid() &&
+                               ZEB::modifiedSincePointer(path(named).c_str(), path(Files).c_str());
+            return begun ? ZEB::NamedFile::Begun : ZEB::NamedFile::NotBegun;
+        };
+        ZEB::FileFacts const start = look(named);
+        if (!pointed && start.isEmpty()) return ZEB::HeldRange{0, 0};
+        ZEB::Place const place = pointed ? ZEB::placeByPointer(start, Files, look, state)
+                                         : ZEB::walk(start, Files, look);
+        int const file = place.file.index;
+        auto const inFile = [&](int slot) { return recordAt(file, slot); };
+        int const newest =
+            inFile(0).isValid() ? ZEB::findNewestSlot(inFile(0), Slots, inFile).slot : -1;
+        return ZEB::heldAt(place, newest, {Files, Slots});
+    }
+
     // Opens the log. returned: no operation was cut short; placeKnown: nor was anything
     // lost. Returns how many records that the model was sure of are gone.
     int start(bool returned, bool placeKnown) {
         int const before = next();
         auto const doubts = Capacity - std::count(held.doubt, held.doubt + Capacity, Sure);
+        auto const byRules = rangeByRules();
         open();
         int const lost = settle(returned && !unsure);
         range(held.first, held.count);
+        bool const asRuled =
+            !byRules || (held.first == byRules->first && held.count == byRules->count);
+        require(unsure || asRuled, "the log goes on elsewhere than its files say", Size,
+                held.first);
         held.holes |= !returned && doubts > 1;
         if (unsure || !placeKnown || held.holes) return lost;
         int const end = next();
