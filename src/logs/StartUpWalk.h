@@ -87,10 +87,9 @@ Place settle(FileFacts const& named, FileFacts const& next, NamedFile state, int
     if (named.index < 0 || named.index >= fileCount) return walkRound(named, fileCount, look);
 
     if (state == NamedFile::NotBegun) {
+        // The next one is not older than the named one: newer than that is newer than both.
         FileFacts const before = look((named.index + fileCount - 1) % fileCount);
-        bool const moveWasCut =
-            before.firstTime > named.firstTime && before.firstTime > next.firstTime;
-        if (moveWasCut) return {before, Seam::Older};
+        if (before.firstTime > next.firstTime) return {before, Seam::Older};
     }
     Place const byFiles = walkRound(named, fileCount, look);
     if (byFiles.seam == Seam::NotOlder) return byPointer;
