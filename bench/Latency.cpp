@@ -5,15 +5,9 @@
 #include <map>
 #include <vector>
 
-#include "BasicEventLog.h"
-#include "Bench.h"
-#include "Files.h"
 #include "Rows.h"
 
 namespace bench {
-
-using ZEB::BasicEventLog;
-using ZEB::EventFile;
 
 namespace {
 
@@ -32,8 +26,8 @@ char const* whatItDid(int number) {
 
 std::vector<Call> writeAll() {
     emptyData();
-    auto const log = enabledLog<BasicEventLog>();
-    auto const record = recordAt(static_cast<EventFile*>(nullptr), 1000);
+    auto const log = enabledLog<Events::Log>();
+    auto const record = Events::record(1000);
     std::vector<Call> calls(Calls);
     for (int i = 0; i < Calls; ++i) {
         auto const start = std::chrono::steady_clock::now();

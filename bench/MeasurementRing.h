@@ -1,15 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "Files.h"
 
 namespace bench {
-
-// A measurement log of any size up to the full ring, fabricated: sparse files
-// that hold every record that is going to be looked at, one per second.
 
 constexpr int Capacity = 400 * Slots;
 // Where the newest record of a full ring lies, and a file of it that is filled
@@ -21,31 +17,30 @@ constexpr int FullFile = 199;
 struct Probe {
     int file;
     int slot;
-    std::string path;
 };
 
+// A measurement log of any size up to the full ring, fabricated: sparse files
+// that hold every record that is going to be looked at, one per second.
 class MeasurementRing {
   public:
     // Makes the files, with the records that searches for dates() look at.
     explicit MeasurementRing(int records);
 
-    int currentFile() const { return position(mRecords - 1) / Slots; }
-    int currentSlot() const { return position(mRecords - 1) % Slots; }
-    std::int32_t timeAt(int file, int slot) const;
+    static std::int32_t timeOf(int age);  // of a record, counted from the oldest
+    int ageOf(int file, int slot) const {
+        return (file * Slots + slot - mFirst + Capacity) % Capacity;
+    }
     // Spread over all that is held.
     std::vector<unsigned> dates() const;
     // What a search for the date reads, in its order.
     std::vector<Probe> probes(unsigned date) const;
 
   private:
-    int position(int age) const;  // of a record, counted from the oldest
-    void fill(int file) const;
+    Probe placeOf(int age) const;
+    void fill(int file, int slots) const;
 
     int mRecords;
     int mFirst;
 };
-
-void setPointer(int file);
-std::string pointerPath();
 
 }  // namespace bench

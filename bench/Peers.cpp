@@ -10,10 +10,9 @@ namespace bench {
 
 namespace {
 
-// Keys sort as bytes.
-std::string keyBytes(std::uint32_t key) {
-    std::uint32_t const swapped = __builtin_bswap32(key);
-    return {reinterpret_cast<char const*>(&swapped), sizeof swapped};
+void add(std::vector<char>& bytes, void const* more, std::size_t size) {
+    auto const* const from = static_cast<char const*>(more);
+    bytes.insert(bytes.end(), from, from + size);
 }
 
 class Sqlite : public Peer {
@@ -35,14 +34,16 @@ class Sqlite : public Peer {
         require(sqlite3_step(mInsert) == SQLITE_DONE, "sqlite3_step");
         sqlite3_reset(mInsert);
     }
-    void beginBulk() override { run("BEGIN"); }
-    void endBulk() override { run("COMMIT"); }
-    void readAll(std::vector<char>& bytes) override {
-        read("SELECT record FROM log ORDER BY id", bytes);
-    }
-    std::vector<char> newest() override {
+    std::vector<char> read(bool newestOnly) override {
         std::vector<char> bytes;
-        read("SELECT record FROM log ORDER BY id DESC LIMIT 1", bytes);
+        sqlite3_stmt* const select =
+            prepare(newestOnly ? "SELECT record FROM log ORDER BY id DESC LIMIT 1"
+                               : "SELECT record FROM log ORDER BY id");
+        while (sqlite3_step(select) == SQLITE_ROW) {
+            add(bytes, sqlite3_column_blob(select, 0),
+                static_cast<std::size_t>(sqlite3_column_bytes(select, 0)));
+        }
+        sqlite3_finalize(select);
         return bytes;
     }
 
@@ -56,14 +57,6 @@ class Sqlite : public Peer {
         require(sqlite3_exec(mDb, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK,
                 sql.c_str());
     }
-    void read(char const* sql, std::vector<char>& bytes) {
-        sqlite3_stmt* const select = prepare(sql);
-        while (sqlite3_step(select) == SQLITE_ROW) {
-            auto const* const record = static_cast<char const*>(sqlite3_column_blob(select, 0));
-            bytes.insert(bytes.end(), record, record + sqlite3_column_bytes(select, 0));
-        }
-        sqlite3_finalize(select);
-    }
 
     sqlite3* mDb = nullptr;
     sqlite3_stmt* mInsert = nullptr;
@@ -76,55 +69,43 @@ class Lmdb : public Peer {
         bool const opened = mdb_env_create(&mEnv) == 0 && mdb_env_set_mapsize(mEnv, MapSize) == 0 &&
                             mdb_env_open(mEnv, directory.c_str(), MDB_NOSYNC, 0600) == 0;
         require(opened, "mdb_env_open");
-        begin();
-        require(mdb_dbi_open(mTransaction, nullptr, MDB_INTEGERKEY, &mTable) == 0, "mdb_dbi_open");
-        endBulk();
+        MDB_txn* const transaction = begin(0);
+        require(mdb_dbi_open(transaction, nullptr, MDB_INTEGERKEY, &mTable) == 0, "mdb_dbi_open");
+        require(mdb_txn_commit(transaction) == 0, "mdb_txn_commit");
     }
     ~Lmdb() override { mdb_env_close(mEnv); }
     void append(std::uint32_t key, char const* bytes, std::size_t size) override {
-        if (!mBulk) begin();
+        MDB_txn* const transaction = begin(0);
         MDB_val name{sizeof key, &key};
         MDB_val value{size, const_cast<char*>(bytes)};
-        require(mdb_put(mTransaction, mTable, &name, &value, MDB_APPEND) == 0, "mdb_put");
-        if (!mBulk) endBulk();
+        require(mdb_put(transaction, mTable, &name, &value, MDB_APPEND) == 0, "mdb_put");
+        require(mdb_txn_commit(transaction) == 0, "mdb_txn_commit");
     }
-    void beginBulk() override {
-        begin();
-        mBulk = true;
-    }
-    void endBulk() override {
-        require(mdb_txn_commit(mTransaction) == 0, "mdb_txn_commit");
-        mBulk = false;
-    }
-    void readAll(std::vector<char>& bytes) override { read(bytes, MDB_NEXT, true); }
-    std::vector<char> newest() override {
+    std::vector<char> read(bool newestOnly) override {
         std::vector<char> bytes;
-        read(bytes, MDB_LAST, false);
+        MDB_txn* const transaction = begin(MDB_RDONLY);
+        MDB_cursor* cursor = nullptr;
+        require(mdb_cursor_open(transaction, mTable, &cursor) == 0, "mdb_cursor_open");
+        MDB_val key;
+        MDB_val value;
+        while (mdb_cursor_get(cursor, &key, &value, newestOnly ? MDB_LAST : MDB_NEXT) == 0) {
+            add(bytes, value.mv_data, value.mv_size);
+            if (newestOnly) break;
+        }
+        mdb_cursor_close(cursor);
+        mdb_txn_abort(transaction);
         return bytes;
     }
 
   private:
-    void begin() { require(mdb_txn_begin(mEnv, nullptr, 0, &mTransaction) == 0, "mdb_txn_begin"); }
-    void read(std::vector<char>& bytes, MDB_cursor_op step, bool all) {
-        MDB_txn* reading = nullptr;
-        MDB_cursor* cursor = nullptr;
-        require(mdb_txn_begin(mEnv, nullptr, MDB_RDONLY, &reading) == 0, "mdb_txn_begin");
-        require(mdb_cursor_open(reading, mTable, &cursor) == 0, "mdb_cursor_open");
-        MDB_val key;
-        MDB_val value;
-        while (mdb_cursor_get(cursor, &key, &value, step) == 0) {
-            auto const* const record = static_cast<char const*>(value.mv_data);
-            bytes.insert(bytes.end(), record, record + value.mv_size);
-            if (!all) break;
-        }
-        mdb_cursor_close(cursor);
-        mdb_txn_abort(reading);
+    MDB_txn* begin(unsigned flags) {
+        MDB_txn* transaction = nullptr;
+        require(mdb_txn_begin(mEnv, nullptr, flags, &transaction) == 0, "mdb_txn_begin");
+        return transaction;
     }
 
     MDB_env* mEnv = nullptr;
-    MDB_txn* mTransaction = nullptr;
     MDB_dbi mTable = 0;
-    bool mBulk = false;
 };
 
 class LevelDb : public Peer {
@@ -137,18 +118,17 @@ class LevelDb : public Peer {
         mDb.reset(opened);
     }
     void append(std::uint32_t key, char const* bytes, std::size_t size) override {
-        require(mDb->Put({}, keyBytes(key), leveldb::Slice(bytes, size)).ok(), "Put");
+        std::uint32_t const ordered = __builtin_bswap32(key);  // keys sort as bytes
+        leveldb::Slice const name(reinterpret_cast<char const*>(&ordered), sizeof ordered);
+        require(mDb->Put({}, name, leveldb::Slice(bytes, size)).ok(), "Put");
     }
-    void readAll(std::vector<char>& bytes) override {
+    std::vector<char> read(bool newestOnly) override {
+        std::vector<char> bytes;
         std::unique_ptr<leveldb::Iterator> const at(mDb->NewIterator({}));
-        for (at->SeekToFirst(); at->Valid(); at->Next()) {
-            bytes.insert(bytes.end(), at->value().data(), at->value().data() + at->value().size());
+        for (newestOnly ? at->SeekToLast() : at->SeekToFirst(); at->Valid(); at->Next()) {
+            add(bytes, at->value().data(), at->value().size());
         }
-    }
-    std::vector<char> newest() override {
-        std::unique_ptr<leveldb::Iterator> const at(mDb->NewIterator({}));
-        at->SeekToLast();
-        return {at->value().data(), at->value().data() + at->value().size()};
+        return bytes;
     }
 
   private:
@@ -157,16 +137,10 @@ class LevelDb : public Peer {
 
 }  // namespace
 
-std::vector<PeerKind> const PeerKinds = {
-    {"LevelDB",
-     [](auto const& at) -> std::unique_ptr<Peer> { return std::make_unique<LevelDb>(at); }},
-    {"LMDB", [](auto const& at) -> std::unique_ptr<Peer> { return std::make_unique<Lmdb>(at); }},
-    {"SQLite OFF",
-     [](auto const& at) -> std::unique_ptr<Peer> { return std::make_unique<Sqlite>(at, "OFF"); }},
-    {"SQLite NORMAL",
-     [](auto const& at) -> std::unique_ptr<Peer> {
-         return std::make_unique<Sqlite>(at, "NORMAL");
-     }},
-};
+std::unique_ptr<Peer> openPeer(std::string const& name, std::string const& directory) {
+    if (name == "LevelDB") return std::make_unique<LevelDb>(directory);
+    if (name == "LMDB") return std::make_unique<Lmdb>(directory);
+    return std::make_unique<Sqlite>(directory, name.substr(name.find(' ') + 1));
+}
 
 }  // namespace bench

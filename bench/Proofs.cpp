@@ -4,28 +4,21 @@
 #include <cstdio>
 #include <fstream>
 
-#include "BasicEventLog.h"
-#include "BasicMeasurementLog.h"
-#include "Files.h"
 #include "MeasurementRing.h"
 #include "Rows.h"
 
 namespace bench {
-
-using ZEB::BasicEventLog;
-using ZEB::BasicMeasurementLog;
-using ZEB::EventFile;
 
 namespace {
 
 // Answers each number that comes in with whether the slot of that number, read
 // by a descriptor of this process's own, holds it as its time.
 int answerFromFile(int questions, std::string const& file) {
-    Fd const fd(open(file.c_str(), O_RDONLY));
+    Fd const fd = openFile(file, O_RDONLY);
     std::int32_t number = 0;
     while (read(questions, &number, sizeof number) == sizeof number) {
         std::int32_t time = 0;
-        bool const seen = pread(fd, &time, sizeof time, slotAt<EventFile>(number)) == sizeof time &&
+        bool const seen = pread(fd, &time, sizeof time, slotAt<Events>(number)) == sizeof time &&
                           time == number + 1;
         if (write(questions, &seen, sizeof seen) != sizeof seen) return 1;
     }
@@ -33,17 +26,17 @@ int answerFromFile(int questions, std::string const& file) {
 }
 
 void visibleAtOnce() {
-    auto const log = enabledLog<BasicEventLog>();
+    auto const log = enabledLog<Events::Log>();
     int ends[2];
     require(socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0, "socketpair");
     if (fork() == 0) {
         close(ends[0]);
-        _exit(answerFromFile(ends[1], path(static_cast<EventFile*>(nullptr), 0)));
+        _exit(answerFromFile(ends[1], Events::path(0)));
     }
     close(ends[1]);
     int seen = 0;
     for (std::int32_t i = 0; i < Slots; ++i) {
-        log->writeRecord(recordAt(static_cast<EventFile*>(nullptr), i + 1));
+        log->writeRecord(Events::record(i + 1));
         bool answer = false;
         require(write(ends[0], &i, sizeof i) == sizeof i && read(ends[0], &answer, 1) == 1, "ask");
         if (answer) ++seen;
@@ -68,7 +61,7 @@ int ownKibibytes() {
 void memory() {
     MeasurementRing const ring(Capacity);
     int const before = ownKibibytes();
-    BasicMeasurementLog log;
+    Measurements::Log log;
     int const started = ownKibibytes();
     fetchAll(log, Capacity, static_cast<unsigned>(log.GetFirst()));
     int const fetched = ownKibibytes();

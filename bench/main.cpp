@@ -13,19 +13,13 @@ int main(int argc, char** argv) {
         return 2;
     }
     char interleaved[] = "--benchmark_enable_random_interleaving=true";
-    char shortly[] = "--benchmark_min_time=0.05";
-    char* flags[] = {argv[0], interleaved, shortly, nullptr};
-    int count = 3;
+    char* flags[] = {argv[0], interleaved, nullptr};
+    int count = 2;
     benchmark::Initialize(&count, flags);
     bench::useRoot(argv[2]);
     if (argc > 3) bench::onlyRowsWith(argv[3]);
     std::string const mode = argv[1];
-    if (mode == "rows") {
-        bench::printTableHead();
-        bench::eventRows();
-        bench::measurementRows();
-        bench::lampRows();
-    }
+    if (mode == "rows") bench::logRows();
     if (mode == "peers") bench::peerRows();
     if (mode == "growth") bench::growth();
     if (mode == "latency") bench::latency();
