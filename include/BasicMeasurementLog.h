@@ -21,7 +21,7 @@ struct HeldRange;
 // A small file beside them, the pointer, names the file being written; it is
 // written and flushed before the log moves on. Without it the backup directory
 // /mnt/sysdata/veklogs, if it has one, is copied over the live files, else the
-// files are walked. Where the pointer contradicts the files, they decide.
+// files are walked.
 //
 // Thread-safe where not marked otherwise: one mutex, held for the whole of each
 // operation, a move to a new file with its flush included. Nothing throws but
@@ -46,7 +46,7 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     // where one begins. Drops it while writing is off.
     void writeRecord(MeasurementRecord const& record);
     // Removes the ring's files and starts again at file 0. Paths over 199 characters
-    // are cut.
+    // are cut to that, and what stands there is removed.
     void Clear();
     // Closes the open files. Writing goes on counting; a move to another file
     // opens that.

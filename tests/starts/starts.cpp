@@ -56,7 +56,7 @@ std::vector<Row> readTable(char const* path) {
     std::ifstream page(path);
     bool inside = false;
     for (std::string line; std::getline(page, line);) {
-        if (line.find("<!-- ") == 0) inside = line == "<!-- starts -->";
+        if (line.find("<!-- ") == 0) inside = line == "<!-- table of starts -->";
         std::vector<std::string> cells;
         std::istringstream split(line);
         for (std::string cell; inside && std::getline(split, cell, '|');) {
