@@ -97,27 +97,14 @@ TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
     Used const newest{2, 300, 5, 0};
     Used const seam{2, 300, 5, 50};
     Used const old3{3, 51, R, 0};
-    Used const full5{5, 60, R, 0};
     Used const last{399, 8, 5, 5};
     for (Case const& c : std::vector<Case>{
              {"right", "2", {full1, newest}, five, "2"},
              {"blanks", " \n2\nx", {full1, newest}, five, " \n2\nx"},
-             {"next empty", "2", {newest, {3, 0, 0, 0}}, five, "2"},
              {"wrapped", "2", {seam, old3}, wrapped, "2"},
              {"behind", "1", {full0, full1, newest}, five, "2"},
-             {"far behind", "0", {full0, full1, newest}, five, "2"},
-             {"behind, wrapped", "0", {full0, full1, seam, old3, {F - 1, 8, R, 0}}, wrapped, "2"},
              {"move cut", "3", {{2, 300, R, 0}, old3, {4, 60, R, 0}}, {3 * R, T}, "2"},
-             {"file new", "3", {{2, 300, R, 0}, {3, 0, 0, 0}, {4, 60, R, 0}}, {3 * R, T}, "2"},
              {"to 0", "0", {{F - 1, 300, R, 0}, {0, 51, R, 0}, {1, 60, R, 0}}, {T, T}, "399"},
-             {"a round behind",
-              "397",
-              {{397, 60, R, 0}, {398, 70, R, 0}, {399, 80, R, 0}, {0, 100, 5, 9}, {1, 10, R, 0}},
-              {5, T},
-              "0"},
-             {"earlier missing", "5", {full5, {6, 70, 5, 0}}, {0, 6 * R + 5}, "6"},
-             {"earlier empty", "5", {{4, 0, 0, 0}, full5, {6, 70, 5, 0}}, {0, 6 * R + 5}, "6"},
-             {"equal times", "5", {full5, {6, 60, 5, 0}}, {0, 6 * R + 5}, "6"},
              {"last", "399", {last, {0, 30, R, 0}}, {0, 399 * R + 5}, "399"},
              {"file behind", "399", {last, full0, {400, 95, 5, 0}}, {0, 399 * R + 5}, "399"},
              {"beyond", "1000", {full0}, {0, 1000 * R}, "1000"},
