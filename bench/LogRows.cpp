@@ -248,7 +248,7 @@ void measurementRows() {
 }
 
 void lampRows() {
-    BasicLightSourceLog();  // makes the file
+    { BasicLightSourceLog const log; }  // makes the file
     auto const appendLibrary = [] {
         return [log = std::make_unique<BasicLightSourceLog>(), key = 0]() mutable {
             log->newRecord(ZEB::LightSourceRecord(ZEB::TimeStamp(1000), 1, ++key));
