@@ -179,12 +179,15 @@ class Documents(Case):
         self.assertTrue((self.tmp / "lamps.png").read_bytes().startswith(b"\x89PNG"))
 
     def test_examples_run(self):
-        (self.tmp / "vek/data").mkdir(parents=True)
+        for directory in ("data", "settings"):
+            (self.tmp / "vek" / directory).mkdir(parents=True)
         for name, output in (
                 ("libVEKLogFiles", b"7\t0\ttemperature=21.5\n"),
+                ("libVEKLogFiles", b"1 events, the newest: power on\n7\t0\ttemperature=21.5\n"),
                 ("README", b"1 events, the newest: door opened\na reply of 70 bytes\n")):
             example = Path(VEKLOGS).parents[1] / f"tests/tool/{name}_example"
             self.assertEqual(subprocess.check_output(example, cwd=self.tmp, env={}), output)
+        self.assertEqual(len(rows("show", self.tmp / "vek/settings")), 2)
 
     def test_options_are_documented_and_completed(self):
         page = (SOURCE / "docs/man/veklogs.1").read_text().replace("\\-", "-")
