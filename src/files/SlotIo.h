@@ -50,7 +50,7 @@ bool exists(char const* path);
 // False when the path was cut to fit. The format is one of FileNames.h, behind a
 // directory.
 template <std::size_t Size, typename... Arguments>
-bool formatPath(char (&path)[Size], char const* format, Arguments... arguments) {
+[[nodiscard]] bool formatPath(char (&path)[Size], char const* format, Arguments... arguments) {
     int const length = std::snprintf(path, Size, format, arguments...);
     return length >= 0 && static_cast<std::size_t>(length) < Size;
 }

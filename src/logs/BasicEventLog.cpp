@@ -60,7 +60,8 @@ void BasicEventLog::clear() {
     mCurrentFile.reset();
     for (int i = 0; i < getFileCount(); ++i) {
         char path[100];
-        formatPath(path, EventFile::getFileNameFormat(), 1, 2, 7, i);
+        // Cut where it is longer, and then names none of the log's files.
+        std::snprintf(path, sizeof path, EventFile::getFileNameFormat(), 1, 2, 7, i);
         std::remove(path);
     }
     mCurrentFile = std::make_shared<EventFile>(0);

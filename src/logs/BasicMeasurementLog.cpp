@@ -41,9 +41,9 @@ NamedFile stateOfNamed(MeasurementFile const& file) {
     }
     char path[ReadPathSize];
     char pointer[ReadPathSize];
-    formatPath(path, MeasurementFile::getFileNameFormat(), file.mFileIndex);
-    formatPath(pointer, PointerPathFormat, MeasurementFile::getFileLocation());
-    bool const begun = file.mFirstRecord.isValid() && modifiedSincePointer(path, pointer);
+    bool const fit = formatPath(path, MeasurementFile::getFileNameFormat(), file.mFileIndex) &&
+                     formatPath(pointer, PointerPathFormat, MeasurementFile::getFileLocation());
+    bool const begun = file.mFirstRecord.isValid() && (!fit || modifiedSincePointer(path, pointer));
     return begun ? NamedFile::Begun : NamedFile::NotBegun;
 }
 
@@ -92,9 +92,9 @@ void BasicMeasurementLog::findPlaceByFiles() {
 
 bool BasicMeasurementLog::OpenCurrentFile() {
     char path[ReadPathSize];
-    formatPath(path, PointerPathFormat, MeasurementFile::getFileLocation());
+    bool const fits = formatPath(path, PointerPathFormat, MeasurementFile::getFileLocation());
     int fileIndex = 0;
-    if (readPointer(path, &fileIndex)) {
+    if (fits && readPointer(path, &fileIndex)) {
         makeCurrent(fileIndex);
         return true;
     }
@@ -110,8 +110,8 @@ bool BasicMeasurementLog::OpenCurrentFile() {
 bool BasicMeasurementLog::RestoreFromBackup(int* fileIndex) {
     char from[ReadPathSize];
     char to[ReadPathSize];
-    formatPath(from, PointerPathFormat, MeasurementBackupDirectory);
-    if (!readPointer(from, fileIndex)) return false;
+    bool const fits = formatPath(from, PointerPathFormat, MeasurementBackupDirectory);
+    if (!fits || !readPointer(from, fileIndex)) return false;
     Listing const listing(opendir(MeasurementBackupDirectory));
     if (!listing) {
         std::perror(MeasurementBackupDirectory);
@@ -120,9 +120,11 @@ bool BasicMeasurementLog::RestoreFromBackup(int* fileIndex) {
     while (dirent const* const entry = readdir(listing.get())) {
         int index = 0;
         if (std::sscanf(entry->d_name, MeasurementNameFormat, &index) != 1) continue;
-        formatPath(from, MeasurementPathFormat, MeasurementBackupDirectory, index);
-        formatPath(to, MeasurementPathFormat, MeasurementFile::getFileLocation(), index);
-        CopyLog(from, to);
+        // They fit: Init leaves the directory 255 characters at most.
+        if (formatPath(from, MeasurementPathFormat, MeasurementBackupDirectory, index) &&
+            formatPath(to, MeasurementPathFormat, MeasurementFile::getFileLocation(), index)) {
+            CopyLog(from, to);
+        }
     }
     return true;
 }
@@ -172,7 +174,8 @@ void BasicMeasurementLog::Clear() {
     mReadFile.reset();
     for (int i = 0; i < getFileCount(); ++i) {
         char path[200];
-        formatPath(path, MeasurementFile::getFileNameFormat(), i);
+        // Cut where it is longer, but then the file could not be made either.
+        std::snprintf(path, sizeof path, MeasurementFile::getFileNameFormat(), i);
         std::remove(path);
     }
     NewCurrentFile(0, false);
