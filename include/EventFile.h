@@ -87,7 +87,8 @@ class [[gnu::visibility("default")]] EventFile {
     std::vector<EventMsg> readRecords(int firstSlot, int count);
     // Both update what the object knows even if the write itself fails. addRecord
     // follows the newest record and never wraps: ask recentRecordIndex() first, else
-    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1.
+    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1. A record
+    // that does not fit its slot, or leaves its stream failed, is not written.
     bool addRecord(EventMsg const& record);
     bool writeRecord(EventMsg const& record, int slot);
 

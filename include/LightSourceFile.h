@@ -66,7 +66,8 @@ class [[gnu::visibility("default")]] LightSourceFile {
     std::vector<LightSourceRecord> readRecords(int firstSlot, int count);
     // Both update what the object knows even if the write itself fails. addRecord
     // follows the newest record and never wraps: ask recentRecordIndex() first, else
-    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1.
+    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1. A record
+    // that does not fit its slot, or leaves its stream failed, is not written.
     bool addRecord(LightSourceRecord const& record);
     bool writeRecord(LightSourceRecord const& record, int slot);
 

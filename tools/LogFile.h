@@ -40,7 +40,7 @@ class LogFile {
         char slot0[RecordSize];
         mFd = openSound(mPath, Ops::header(static_cast<std::uint16_t>(slots)), slot0, mFault);
         if (mFd == -1) return;
-        mFirstRecord.deserialize(streamOver(slot0, sizeof slot0));
+        mFirstRecord.deserialize(SlotStream::ofThread().over(slot0, sizeof slot0));
         mValidRecordCount = mFirstRecord.isValid() ? 1 : 0;
     }
     ~LogFile() {
@@ -121,7 +121,7 @@ class SlotReader {
             int const length = std::min(end - slot, blockSlots<Kind>());
             file.readBytes(slot, length, mBytes.get());
             mProgress.add(std::int64_t{length} * LogFile<Kind>::RecordSize);
-            std::iostream& in = streamOver(mBytes.get(), BlockSize);
+            std::iostream& in = SlotStream::ofThread().over(mBytes.get(), BlockSize);
             for (int const blockEnd = slot + length; slot < blockEnd; ++slot) {
                 record.deserialize(in);
                 if (!visit(slot, record)) return false;
@@ -139,8 +139,8 @@ class SlotReader {
             file.readBytes(end - length, length, mBytes.get());
             mProgress.add(std::int64_t{length} * LogFile<Kind>::RecordSize);
             for (int i = length; i-- > 0;) {
-                record.deserialize(
-                    streamOver(mBytes.get() + static_cast<std::size_t>(i) * Size, Size));
+                record.deserialize(SlotStream::ofThread().over(
+                    mBytes.get() + static_cast<std::size_t>(i) * Size, Size));
                 if (!visit(end - length + i, record)) return false;
             }
             end -= length;

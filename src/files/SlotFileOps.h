@@ -5,12 +5,12 @@
 
 #include <cstdio>
 #include <cstring>
-#include <iostream>
 #include <new>
 #include <vector>
 
 #include "files/NewestSlot.h"
 #include "files/SlotIo.h"
+#include "files/SlotStream.h"
 #include "util/DropCaches.h"
 #include "util/VEKLog.h"
 
@@ -62,7 +62,7 @@ struct SlotFileOps {
             check = checkFile(file.mFd, header(), File::sFileSize, slot0);
             if (check == HeaderCheck::Accepted) {
                 forgetRecords(file);
-                file.mFirstRecord.deserialize(streamOver(slot0, sizeof slot0));
+                file.mFirstRecord.deserialize(SlotStream::ofThread().over(slot0, sizeof slot0));
                 file.mValidRecordCount = file.mFirstRecord.isValid() ? 1 : 0;
                 Traits::transferred(file, slotOffset(1, File::RecordSize));
                 return true;
@@ -137,7 +137,7 @@ struct SlotFileOps {
         Record record;
         char bytes[File::RecordSize];
         if (readSlots(file, slot, bytes, sizeof bytes)) {
-            record.deserialize(streamOver(bytes, sizeof bytes));
+            record.deserialize(SlotStream::ofThread().over(bytes, sizeof bytes));
         }
         return record;
     }
@@ -148,7 +148,7 @@ struct SlotFileOps {
         std::vector<Record> records(number);
         std::vector<char> bytes(number * File::RecordSize);
         if (readSlots(file, firstSlot, bytes.data(), bytes.size())) {
-            std::iostream& in = streamOver(bytes.data(), bytes.size());
+            std::iostream& in = SlotStream::ofThread().over(bytes.data(), bytes.size());
             for (Record& record : records) record.deserialize(in);
         }
         return records;
@@ -184,7 +184,9 @@ struct SlotFileOps {
         setNewest(file, record, slot);
         if (file.mValidRecordCount != File::sRecordCount) file.mValidRecordCount = slot + 1;
         char bytes[File::RecordSize] = {};
-        file.mRecentRecord.serialize(streamOver(bytes, sizeof bytes));
+        SlotStream& out = SlotStream::ofThread();
+        file.mRecentRecord.serialize(out.over(bytes, sizeof bytes));
+        if (out.error() != 0) return false;
         if (!writeSlot(file, slot, bytes)) return false;
         Traits::written(file);
         return true;

@@ -4,10 +4,7 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <iostream>
 #include <limits>
-#include <new>
-#include <streambuf>
 
 namespace ZEB {
 
@@ -58,34 +55,6 @@ std::int64_t slotOffset(int slot, std::uint16_t recordSize) {
     std::int64_t const offset =
         std::int64_t{slot} * recordSize + static_cast<std::int64_t>(HeaderSize);
     return offset >= 0 && offset <= std::numeric_limits<std::int32_t>::max() ? offset : -1;
-}
-
-namespace {
-
-class BytesBuffer : public std::streambuf {
-  public:
-    void standOver(char* bytes, std::size_t size) {
-        setg(bytes, bytes, bytes + size);
-        setp(bytes, bytes + size);
-    }
-};
-
-struct ThreadStream {
-    BytesBuffer buffer;
-    std::iostream stream{&buffer};
-};
-
-}  // namespace
-
-std::iostream& streamOver(char* bytes, std::size_t size) {
-    // A stream costs a third of a write to make, so each thread keeps one. It owns
-    // no memory and is never destroyed: registering a destructor could fail.
-    alignas(ThreadStream) thread_local char storage[sizeof(ThreadStream)];
-    thread_local ThreadStream* kept = nullptr;
-    if (kept == nullptr) kept = new (storage) ThreadStream;
-    kept->buffer.standOver(bytes, size);
-    if (!kept->stream.good()) kept->stream.clear();
-    return kept->stream;
 }
 
 bool exists(char const* path) {

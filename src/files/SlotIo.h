@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <iosfwd>
 
 namespace ZEB {
 
@@ -35,10 +34,6 @@ bool writeHeader(int fd, FileHeader const& header);
 
 // Where a slot begins; -1 when it begins before the file or beyond 31 bits.
 std::int64_t slotOffset(int slot, std::uint16_t recordSize);
-
-// The calling thread's one stream, from here on over these bytes, at their start
-// and without errors.
-std::iostream& streamOver(char* bytes, std::size_t size);
 
 // Sets blockSize to the directory's preferred block size in bytes, or reports on
 // standard error and leaves it.

@@ -1,0 +1,37 @@
+#include "files/SlotStream.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace ZEB {
+
+SlotStream& SlotStream::ofThread() {
+    // It owns no memory and is never destroyed: registering a destructor could fail.
+    alignas(SlotStream) thread_local char storage[sizeof(SlotStream)];
+    thread_local SlotStream* kept = nullptr;
+    if (kept == nullptr) kept = new (storage) SlotStream;
+    return *kept;
+}
+
+std::streamsize SlotStream::Buffer::xsputn(char const* bytes, std::streamsize size) {
+    std::streamsize const fitting = std::min<std::streamsize>(size, epptr() - pptr());
+    std::memcpy(pptr(), bytes, static_cast<std::size_t>(fitting));
+    pbump(static_cast<int>(fitting));
+    mOverrun |= fitting < size;
+    return fitting;
+}
+
+std::streamsize SlotStream::Buffer::xsgetn(char* bytes, std::streamsize size) {
+    std::streamsize const held = std::min<std::streamsize>(size, egptr() - gptr());
+    std::memcpy(bytes, gptr(), static_cast<std::size_t>(held));
+    gbump(static_cast<int>(held));
+    return held;
+}
+
+SlotStream::Buffer::int_type SlotStream::Buffer::overflow(int_type) {
+    mOverrun = true;
+    return traits_type::eof();
+}
+
+}  // namespace ZEB

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cerrno>
+#include <cstddef>
+#include <iostream>
+#include <streambuf>
+
+namespace ZEB {
+
+// A stream over the bytes of slots, which knows when a record did not fit.
+class SlotStream {
+  public:
+    // To make one costs more than all else of an append, so each thread keeps one.
+    static SlotStream& ofThread();
+
+    // The stream, at the start of these bytes and without errors.
+    std::iostream& over(char* bytes, std::size_t size) {
+        mBuffer.standOver(bytes, size);
+        if (!mStream.good()) mStream.clear();
+        return mStream;
+    }
+    // Why the record written last is not to be stored, as an errno, or 0: EMSGSIZE for
+    // one that did not fit, EBADMSG for one that left the stream failed.
+    int error() const {
+        if (mBuffer.overrun()) return EMSGSIZE;
+        return mStream.fail() ? EBADMSG : 0;
+    }
+
+  private:
+    class Buffer : public std::streambuf {
+      public:
+        void standOver(char* bytes, std::size_t size) {
+            setg(bytes, bytes, bytes + size);
+            setp(bytes, bytes + size);
+            mOverrun = false;
+        }
+        bool overrun() const { return mOverrun; }
+
+      protected:
+        std::streamsize xsputn(char const* bytes, std::streamsize size) override;
+        std::streamsize xsgetn(char* bytes, std::streamsize size) override;
+        int_type overflow(int_type byte) override;
+
+      private:
+        bool mOverrun = false;
+    };
+
+    Buffer mBuffer;
+    std::iostream mStream{&mBuffer};
+};
+
+}  // namespace ZEB
