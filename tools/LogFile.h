@@ -116,14 +116,16 @@ class SlotReader {
     template <class Kind, class Visit>
     bool forward(LogFile<Kind> const& file, int first, int count, Visit const& visit) {
         typename Kind::Record record;
+        SlotStream& in = SlotStream::ofThread();
         int const end = first + count;
         for (int slot = first; slot < end;) {
             int const length = std::min(end - slot, blockSlots<Kind>());
             file.readBytes(slot, length, mBytes.get());
             mProgress.add(std::int64_t{length} * LogFile<Kind>::RecordSize);
-            std::iostream& in = SlotStream::ofThread().over(mBytes.get(), BlockSize);
+            char* bytes = mBytes.get();
             for (int const blockEnd = slot + length; slot < blockEnd; ++slot) {
-                record.deserialize(in);
+                record.deserialize(in.over(bytes, LogFile<Kind>::RecordSize));
+                bytes += LogFile<Kind>::RecordSize;
                 if (!visit(slot, record)) return false;
             }
         }

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -146,10 +147,15 @@ struct SlotFileOps {
         if (count < 0) throw std::bad_alloc();
         auto const number = static_cast<std::size_t>(count);
         std::vector<Record> records(number);
-        std::vector<char> bytes(number * File::RecordSize);
-        if (readSlots(file, firstSlot, bytes.data(), bytes.size())) {
-            std::iostream& in = SlotStream::ofThread().over(bytes.data(), bytes.size());
-            for (Record& record : records) record.deserialize(in);
+        std::size_t const size = number * File::RecordSize;
+        std::unique_ptr<char[]> const bytes(new char[size]);
+        if (readSlots(file, firstSlot, bytes.get(), size)) {
+            SlotStream& in = SlotStream::ofThread();
+            char* slot = bytes.get();
+            for (Record& record : records) {
+                record.deserialize(in.over(slot, File::RecordSize));
+                slot += File::RecordSize;
+            }
         }
         return records;
     }

@@ -2,9 +2,22 @@
 
 #include <algorithm>
 #include <cstring>
+#include <locale>
 #include <new>
 
 namespace ZEB {
+
+namespace {
+
+// What is in a slot must not depend on the process's locale.
+std::ios& inClassicLocale(std::ios& stream) {
+    stream.imbue(std::locale::classic());
+    return stream;
+}
+
+}  // namespace
+
+SlotStream::SlotStream() : mFormat(inClassicLocale(mStream)) {}
 
 SlotStream& SlotStream::ofThread() {
     // It owns no memory and is never destroyed: registering a destructor could fail.

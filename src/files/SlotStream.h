@@ -5,9 +5,12 @@
 #include <iostream>
 #include <streambuf>
 
+#include "files/StreamFormat.h"
+
 namespace ZEB {
 
-// A stream over the bytes of slots, which knows when a record did not fit.
+// A stream over the bytes of a slot. Each record finds it as if new, whatever the last
+// one did to it, and it knows when a record did not fit.
 class SlotStream {
   public:
     // To make one costs more than all else of an append, so each thread keeps one.
@@ -16,6 +19,7 @@ class SlotStream {
     // The stream, at the start of these bytes and without errors.
     std::iostream& over(char* bytes, std::size_t size) {
         mBuffer.standOver(bytes, size);
+        mFormat.restore(mStream);
         if (!mStream.good()) mStream.clear();
         return mStream;
     }
@@ -45,8 +49,11 @@ class SlotStream {
         bool mOverrun = false;
     };
 
+    SlotStream();
+
     Buffer mBuffer;
     std::iostream mStream{&mBuffer};
+    StreamFormat mFormat;
 };
 
 }  // namespace ZEB

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "files/StreamFormat.h"
 #include "logs/RangeQuery.h"
 #include "msgclasses/ByteStream.h"
 
@@ -28,9 +29,11 @@ template <class File>
 void writeRun(File* file, int slot, std::uint32_t first, std::uint32_t count, std::uint16_t client,
               ByteBuf& reply) {
     ByteStream out(&reply);
+    StreamFormat const format(out);
     writeRunHeader(out, first, count, client, File::RecordSize);
     forEachRecord(file, slot, count, [&](auto& record) {
         record.setClient(client);
+        format.restore(out);
         out << record;
     });
 }

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <ios>
+#include <locale>
+
+namespace ZEB {
+
+// How a stream formats and when it throws, as it was when this was made. A record may
+// change all of that on the stream it is given; restore() keeps it from the next one.
+class StreamFormat {
+  public:
+    explicit StreamFormat(std::ios const& stream)
+        : mFlags(stream.flags()),
+          mWidth(stream.width()),
+          mPrecision(stream.precision()),
+          mFill(stream.fill()),
+          mExceptions(stream.exceptions()),
+          mLocale(stream.getloc()) {}
+
+    void restore(std::ios& stream) const {
+        if (!isOf(stream)) set(stream);
+    }
+
+  private:
+    bool isOf(std::ios const& stream) const {
+        // getloc() would copy the locale, at a tenth of what an append costs.
+        return stream.flags() == mFlags && stream.width() == mWidth &&
+               stream.precision() == mPrecision && stream.fill() == mFill &&
+               stream.exceptions() == mExceptions && stream._M_getloc() == mLocale;
+    }
+    [[gnu::cold, gnu::noinline]] void set(std::ios& stream) const {
+        stream.exceptions(std::ios::goodbit);  // so that nothing here throws by the old mask
+        stream.flags(mFlags);
+        stream.width(mWidth);
+        stream.precision(mPrecision);
+        stream.fill(mFill);
+        stream.imbue(mLocale);
+        stream.exceptions(mExceptions);
+    }
+
+    std::ios::fmtflags mFlags;
+    std::streamsize mWidth;
+    std::streamsize mPrecision;
+    char mFill;
+    std::ios::iostate mExceptions;
+    std::locale mLocale;
+};
+
+}  // namespace ZEB
