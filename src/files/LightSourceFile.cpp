@@ -55,9 +55,10 @@ bool LightSourceFile::openFd() {
 
 bool LightSourceFile::cleanFile(char const* path) {
     closeFd();
-    mFd = open(path, O_RDWR | O_CREAT | O_TRUNC, 0600);
-    if (mFd == -1) return false;
+    Descriptor fd(open(path, O_RDWR | O_CREAT | O_TRUNC, 0600));
+    if (fd.get() == -1) return false;
     Ops::forgetRecords(*this);
+    mFd = fd.release();
     if (!writeHeader(mFd, Ops::header()) || pwrite(mFd, "", 1, sFileSize - 1) != 1) {
         closeFd();
         return false;

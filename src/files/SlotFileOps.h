@@ -9,6 +9,7 @@
 #include <new>
 #include <vector>
 
+#include "files/Handles.h"
 #include "files/NewestSlot.h"
 #include "files/SlotIo.h"
 #include "files/SlotStream.h"
@@ -57,17 +58,13 @@ struct SlotFileOps {
         HeaderCheck check = HeaderCheck::Rejected;
         {
             [[maybe_unused]] auto const lock = Traits::lock(file);
-            file.mFd = open(path, flags, 0600);
-            if (file.mFd == -1) return false;
+            Descriptor fd(open(path, flags, 0600));
+            if (fd.get() == -1) return false;
             char slot0[File::RecordSize];
-            check = checkFile(file.mFd, header(), File::sFileSize, slot0);
-            if (check == HeaderCheck::Accepted) {
-                forgetRecords(file);
-                file.mFirstRecord.deserialize(SlotStream::ofThread().over(slot0, sizeof slot0));
-                file.mValidRecordCount = file.mFirstRecord.isValid() ? 1 : 0;
-                Traits::transferred(file, slotOffset(1, File::RecordSize));
-                return true;
-            }
+            check = checkFile(fd.get(), header(), File::sFileSize, slot0);
+            if (check == HeaderCheck::Accepted) takeOver(file, slot0);
+            file.mFd = fd.release();  // not before a record can throw no more
+            if (check == HeaderCheck::Accepted) return true;
         }
         return check == HeaderCheck::NoLength ? Traits::withoutLength(file, path)
                                               : file.cleanFile(path);
@@ -85,9 +82,10 @@ struct SlotFileOps {
         {
             [[maybe_unused]] auto const lock = Traits::lock(file);
             if (!File::mFileCreator->GetNewFile(path)) return false;
-            file.mFd = open(path, O_RDWR, 0600);
-            if (file.mFd == -1) return false;
+            Descriptor fd(open(path, O_RDWR, 0600));
+            if (fd.get() == -1) return false;
             forgetRecords(file);
+            file.mFd = fd.release();
             if (writeHeader(file.mFd, header())) {
                 Traits::transferred(file, HeaderSize);
                 return true;
@@ -174,6 +172,13 @@ struct SlotFileOps {
     }
 
   private:
+    static void takeOver(File& file, char (&slot0)[File::RecordSize]) {
+        forgetRecords(file);
+        file.mFirstRecord.deserialize(SlotStream::ofThread().over(slot0, sizeof slot0));
+        file.mValidRecordCount = file.mFirstRecord.isValid() ? 1 : 0;
+        Traits::transferred(file, slotOffset(1, File::RecordSize));
+    }
+
     static void setNewest(File& file, Record const& record, int slot) {
         file.mRecentRecord = record;
         file.mRecentRecordIndex = slot;
