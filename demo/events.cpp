@@ -54,6 +54,7 @@ std::uint32_t writeOn(std::vector<EventMsg> const& events, std::size_t end,
         log.writeRecord(events[i]);
         *written = static_cast<std::uint32_t>(i + 1);
     }
+    require(log.GetLostRecords().count == 0, "an event was not stored");
     return start;
 }
 

@@ -65,6 +65,7 @@ void lamps() {
         for (std::uint64_t minutes : {1U, 2U, 3U}) {
             require(log.editRecord(recordOf({5, minutes})), "a lamp record could not be edited");
         }
+        require(log.GetLostRecords().count == 0, "a lamp record was not stored");
     });
     inOneRun([] {
         BasicLightSourceLog log;  // stands at lamp 5 again

@@ -56,6 +56,7 @@ void record(char const* takenPath) {
         now.serialize(taken);
         usleep(200000);
     }
+    require(log.GetLostRecords().count == 0, "a measurement was not stored");
 }
 
 std::vector<MeasurementRecord> readTaken(char const* path) {

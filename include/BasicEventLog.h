@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "EventFile.h"
+#include "LostRecords.h"
 #include "msgclasses/ByteBuf.h"
 #include "msgclasses/EventMsg.h"
 #include "msgclasses/Var.h"
@@ -17,7 +18,7 @@ namespace ZEB {
 //
 // No lock: one thread at a time uses a log. Nothing throws but std::bad_alloc;
 // after one the log works on. A record whose write failed is counted all the
-// same, without a report. A file that can't be opened when the log
+// same, without a report: ask GetLostRecords(). A file that can't be opened when the log
 // moves to it stays closed until the next move.
 class [[gnu::visibility("default")]] BasicEventLog {
   public:
@@ -37,6 +38,8 @@ class [[gnu::visibility("default")]] BasicEventLog {
     // Appends one event: one write of 62 bytes, not flushed; a new file first,
     // where one begins. Drops it while writing is off or !EventFile::isUsable().
     void writeRecord(EventMsg const& record);
+    // What it did not store of the records handed in while writing was on.
+    LostRecords GetLostRecords() const;
     // Any index, modulo the capacity; a slot never written gives a record that is
     // not valid. Opens, and may make, the file when it is not the current one.
     void GetRecord(EventMsg * record, unsigned long recordIndex);
@@ -68,6 +71,7 @@ class [[gnu::visibility("default")]] BasicEventLog {
     int mCount = 0;
     std::shared_ptr<EventFile> mCurrentFile;  // empty only after an exception
     bool mEnabled = false;
+    LostRecords mLost{};
 };
 
 }  // namespace ZEB

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "LightSourceFile.h"
+#include "LostRecords.h"
 #include "msgclasses/ByteBuf.h"
 #include "msgclasses/LightSourceRecord.h"
 #include "msgclasses/Var.h"
@@ -41,6 +42,8 @@ class [[gnu::visibility("default")]] BasicLightSourceLog {
     bool editRecord(LightSourceRecord const& record);
     // Writes the current slot and moves on to the next, also when the write failed.
     void newRecord(LightSourceRecord const& record);
+    // What it did not store; each call of the three hands in one record.
+    LostRecords GetLostRecords() const;
     // Any index, modulo the capacity; a slot never written gives a record that is
     // not valid.
     LightSourceRecord getRecord(unsigned int recordIndex);
@@ -75,6 +78,7 @@ class [[gnu::visibility("default")]] BasicLightSourceLog {
     unsigned int mCurrentIndex = 0;
     unsigned int mCount = 0;
     std::shared_ptr<LightSourceFile> mCurrentFile;  // empty only after an exception
+    LostRecords mLost{};
 };
 
 }  // namespace ZEB

@@ -3,6 +3,7 @@
 #include <memory>
 #include <set>
 
+#include "LostRecords.h"
 #include "MeasurementFile.h"
 #include "msgclasses/ByteBuf.h"
 #include "msgclasses/MeasurementRecord.h"
@@ -26,7 +27,7 @@ struct HeldRange;
 // Thread-safe where not marked otherwise: one mutex, held for the whole of each
 // operation, a move to a new file with its flush included. Nothing throws but
 // std::bad_alloc; after one the log works on. A record whose write failed is
-// counted all the same, without a report.
+// counted all the same, without a report: ask GetLostRecords().
 class [[gnu::visibility("default")]] BasicMeasurementLog {
   public:
     // Finds the file being written and what the log holds; writing is off at
@@ -45,6 +46,8 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     // Appends one record: one write of 110 bytes, not flushed; a new file first,
     // where one begins. Drops it while writing is off.
     void writeRecord(MeasurementRecord const& record);
+    // What it did not store of the records handed in while writing was on.
+    LostRecords GetLostRecords() const;
     // Removes the ring's files and starts again at file 0. Paths over 199 characters
     // are cut to that, and what stands there is removed.
     void Clear();
@@ -105,13 +108,14 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     bool isCurrent(int fileIndex) const;
     void adopt(HeldRange const& held);
 
-    Mutex mMutex;
+    mutable Mutex mMutex;
     int mFirst = 0;  // never reduced modulo the capacity, until 2^31 comes near
     int mCount = 0;
     std::shared_ptr<MeasurementFile> mCurrentFile;  // empty only after an exception
     std::shared_ptr<MeasurementFile> mReadFile;
     bool mEnabled = false;
     std::set<MeasurementRecord::ValueKind> mValueKinds;  // not used here
+    LostRecords mLost{};
 };
 
 }  // namespace ZEB

@@ -88,7 +88,8 @@ class [[gnu::visibility("default")]] EventFile {
     // Both update what the object knows even if the write itself fails. addRecord
     // follows the newest record and never wraps: ask recentRecordIndex() first, else
     // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1. A record
-    // that does not fit its slot, or leaves its stream failed, is not written.
+    // that does not fit its slot, or leaves its stream failed, is not written. False sets
+    // errno, by the rules of LostRecords.h.
     bool addRecord(EventMsg const& record);
     bool writeRecord(EventMsg const& record, int slot);
 
@@ -140,6 +141,7 @@ class [[gnu::visibility("default")]] EventFile {
   private:
     EventMsg mRecentRecord;
     std::int64_t mOffset = 0;  // where the descriptor would stand; transfers are positioned
+    int mOpenError = 0;        // while closed: why, an errno
 };
 
 }  // namespace ZEB

@@ -67,7 +67,8 @@ class [[gnu::visibility("default")]] LightSourceFile {
     // Both update what the object knows even if the write itself fails. addRecord
     // follows the newest record and never wraps: ask recentRecordIndex() first, else
     // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1. A record
-    // that does not fit its slot, or leaves its stream failed, is not written.
+    // that does not fit its slot, or leaves its stream failed, is not written. False sets
+    // errno, by the rules of LostRecords.h.
     bool addRecord(LightSourceRecord const& record);
     bool writeRecord(LightSourceRecord const& record, int slot);
 
@@ -93,6 +94,7 @@ class [[gnu::visibility("default")]] LightSourceFile {
 
   private:
     LightSourceRecord mRecentRecord;
+    int mOpenError = 0;  // while closed: why, an errno
 };
 
 }  // namespace ZEB

@@ -71,7 +71,8 @@ class [[gnu::visibility("default")]] MeasurementFile {
     // Both update what the object knows even if the write itself fails. addRecord
     // follows the newest record and never wraps: ask recentRecordIndex() first, else
     // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1. A record
-    // that does not fit its slot, or leaves its stream failed, is not written.
+    // that does not fit its slot, or leaves its stream failed, is not written. False sets
+    // errno, by the rules of LostRecords.h.
     bool addRecord(MeasurementRecord const& record);
     bool writeRecord(MeasurementRecord const& record, int slot);
 
@@ -100,6 +101,7 @@ class [[gnu::visibility("default")]] MeasurementFile {
 
   private:
     MeasurementRecord mRecentRecord;
+    int mOpenError = 0;  // while closed: why, an errno
 };
 
 }  // namespace ZEB

@@ -137,6 +137,8 @@ TEST_F(EventLogs, OutliveARingWithoutSlots) {
     write(root / "zero", headerOf("EL", 62, 0));
     EXPECT_EQ(EventFile::SetUpReading((root / "zero").c_str(), 1, 2, 7), 0);
     append(log, 1, 2);
+    EXPECT_EQ(log.GetLostRecords().count, 2U);
+    EXPECT_EQ(log.GetLostRecords().error, EINVAL);
     EXPECT_EQ(timeAt(log, 5), 0);
     EXPECT_EQ(fetch(log, 0, 2).size(), 2U);
 }

@@ -74,6 +74,7 @@ TEST_F(Measurements, SettleTheirSettingsAndRefuseLongPaths) {
     EXPECT_EQ(messagesOf([] {
                   MeasurementFile file(12345);
                   EXPECT_FALSE(file.writeRecord(measurement(1), 0));
+                  EXPECT_EQ(errno, ENAMETOOLONG);
                   EXPECT_FALSE(MeasurementFile::FileExist(12345));
               }).substr(0, 60 + format.size()),
               "[1] ZEB::MeasurementFile::openFd - filepath " + format + " (12345) too lon");

@@ -153,15 +153,12 @@ EventFile::EventFile(int fileIndex) : mFileIndex(fileIndex) {
 EventFile::~EventFile() { closeFd(); }
 
 bool EventFile::openFd() {
-    if (!sUsable) {
-        errno = EINVAL;
-        return false;
-    }
+    if (!sUsable) return Ops::notOpened(*this, EINVAL);
     if (!formatPath(mFilePath, sFileNameFormat, sVersionMajor, sVersionMinor, sVersionFix,
                     mFileIndex)) {
         VEKLogMsg(1, "ZEB::EventFile::openFd - mFilePath %s (%d) too long", sFileNameFormat,
                   mFileIndex);
-        return false;
+        return Ops::notOpened(*this, ENAMETOOLONG);
     }
     if (!FileExist(mFileIndex)) {
         if (!BackupFileExist(mFileIndex)) return cleanFile(mFilePath);
@@ -172,7 +169,8 @@ bool EventFile::openFd() {
 }
 
 bool EventFile::cleanFile(char const* path) {
-    return sUsable && Ops::replaceFile(*this, path, "Event file failed to unlink");
+    if (!sUsable) return Ops::notOpened(*this, EINVAL);
+    return Ops::replaceFile(*this, path, "Event file failed to unlink");
 }
 
 void EventFile::closeFd() {
@@ -205,10 +203,12 @@ std::vector<EventMsg> EventFile::readRecords(int firstSlot, int count) {
     return Ops::readRun(*this, firstSlot, count);
 }
 
-bool EventFile::addRecord(EventMsg const& record) { return sUsable && Ops::add(*this, record); }
+bool EventFile::addRecord(EventMsg const& record) {
+    return sUsable ? Ops::add(*this, record) : Ops::notWritten(EINVAL);
+}
 
 bool EventFile::writeRecord(EventMsg const& record, int slot) {
-    return sUsable && Ops::write(*this, record, slot);
+    return sUsable ? Ops::write(*this, record, slot) : Ops::notWritten(EINVAL);
 }
 
 std::int64_t EventFile::IsCurrentFile(char const* path) {

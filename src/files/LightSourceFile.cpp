@@ -1,8 +1,7 @@
 #include "LightSourceFile.h"
 
-#include <stdexcept>
-
 #include "files/FileNames.h"
+#include "files/NoLightSourceFile.h"
 #include "files/SlotFileOps.h"
 #include "util/VEKPaths.h"
 
@@ -42,7 +41,7 @@ void LightSourceFile::Init() {
 
 LightSourceFile::LightSourceFile(int fileIndex) : mFileIndex(fileIndex) {
     Init();
-    if (!openFd()) throw std::logic_error("No way to create LightSorce Log File");
+    if (!openFd()) throw NoLightSourceFile(mOpenError);
 }
 
 LightSourceFile::~LightSourceFile() { closeFd(); }
@@ -56,12 +55,13 @@ bool LightSourceFile::openFd() {
 bool LightSourceFile::cleanFile(char const* path) {
     closeFd();
     Descriptor fd(open(path, O_RDWR | O_CREAT | O_TRUNC, 0600));
-    if (fd.get() == -1) return false;
+    if (fd.get() == -1) return Ops::notOpened(*this, errno);
     Ops::forgetRecords(*this);
     mFd = fd.release();
-    if (!writeHeader(mFd, Ops::header()) || pwrite(mFd, "", 1, sFileSize - 1) != 1) {
+    if (!writeHeader(mFd, Ops::header()) || !writeWhole(mFd, "", 1, sFileSize - 1)) {
+        int const error = errno;
         closeFd();
-        return false;
+        return Ops::notOpened(*this, error);
     }
     sync();
     return true;

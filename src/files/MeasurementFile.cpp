@@ -76,7 +76,7 @@ bool MeasurementFile::openFd() {
     if (!formatPath(path, sFileNameFormat, mFileIndex)) {
         VEKLogMsg(1, "ZEB::MeasurementFile::openFd - filepath %s (%d) too long", sFileNameFormat,
                   mFileIndex);
-        return false;
+        return Ops::notOpened(*this, ENAMETOOLONG);
     }
     if (!FileExist(mFileIndex)) return cleanFile(path);
     return Ops::openFile(*this, path, O_RDWR);

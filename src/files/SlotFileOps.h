@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -18,14 +19,18 @@
 
 namespace ZEB {
 
+template <class File>
+struct SlotFileOps;
+
 // What the traits of the two classes without a lock have in common.
 template <class File>
 struct UnlockedTraits {
     struct NoLock {};
     static NoLock lock(File&) { return {}; }
     static bool withoutLength(File& file, char const*) {
+        int const error = errno;
         file.closeFd();
-        return false;
+        return SlotFileOps<File>::notOpened(file, error);
     }
     static void transferred(File&, std::int64_t) {}
 };
@@ -59,7 +64,7 @@ struct SlotFileOps {
         {
             [[maybe_unused]] auto const lock = Traits::lock(file);
             Descriptor fd(open(path, flags, 0600));
-            if (fd.get() == -1) return false;
+            if (fd.get() == -1) return notOpened(file, errno);
             char slot0[File::RecordSize];
             check = checkFile(fd.get(), header(), File::sFileSize, slot0);
             if (check == HeaderCheck::Accepted) takeOver(file, slot0);
@@ -75,30 +80,46 @@ struct SlotFileOps {
         if (closeDescriptor(file)) {
             DropCaches();
             if (unlink(path) != 0) {
+                notOpened(file, errno);
                 std::perror(unlinkFailed);
                 return false;
             }
         }
+        int error = 0;
         {
             [[maybe_unused]] auto const lock = Traits::lock(file);
-            if (!File::mFileCreator->GetNewFile(path)) return false;
+            errno = 0;
+            if (!File::mFileCreator->GetNewFile(path)) return notOpened(file, errno);
             Descriptor fd(open(path, O_RDWR, 0600));
-            if (fd.get() == -1) return false;
+            if (fd.get() == -1) return notOpened(file, errno);
             forgetRecords(file);
             file.mFd = fd.release();
             if (writeHeader(file.mFd, header())) {
                 Traits::transferred(file, HeaderSize);
                 return true;
             }
+            error = errno;
         }
         file.closeFd();
-        return false;
+        return notOpened(file, error);
     }
 
     static void openOrReport(File& file, char const* failed) {
         if (file.openFd()) return;
+        errno = file.mOpenError;
         std::perror(failed);
         VEKLogMsg(1, "%s", failed);
+    }
+
+    // Keeps why, for the writes to come; a platform may not say (0).
+    static bool notOpened(File& file, int error) {
+        file.mOpenError = error != 0 ? error : EIO;
+        return false;
+    }
+
+    static bool notWritten(int error) {
+        errno = error;
+        return false;
     }
 
     // True when a descriptor was open.
@@ -107,6 +128,7 @@ struct SlotFileOps {
         if (file.mFd == -1) return false;
         close(file.mFd);
         file.mFd = -1;
+        file.mOpenError = EBADF;
         return true;
     }
 
@@ -160,13 +182,13 @@ struct SlotFileOps {
 
     static bool add(File& file, Record const& record) {
         int const next = file.mRecentRecordIndex + 1;
-        if (next >= File::sRecordCount) return false;
+        if (next >= File::sRecordCount) return notWritten(ERANGE);
         if (file.mRecentRecordIndex == -1) file.mFirstRecord = record;
         return store(file, record, next);
     }
 
     static bool write(File& file, Record const& record, int slot) {
-        if (slot < 0 || slot >= File::sRecordCount) return false;
+        if (slot < 0 || slot >= File::sRecordCount) return notWritten(ERANGE);
         if (slot == 0) file.mFirstRecord = record;
         return store(file, record, slot);
     }
@@ -197,17 +219,21 @@ struct SlotFileOps {
         char bytes[File::RecordSize] = {};
         SlotStream& out = SlotStream::ofThread();
         file.mRecentRecord.serialize(out.over(bytes, sizeof bytes));
-        if (out.error() != 0) return false;
-        if (!writeSlot(file, slot, bytes)) return false;
+        int error = out.error();
+        if (error == 0) error = writeSlot(file, slot, bytes);
+        if (error != 0) return notWritten(error);
         Traits::written(file);
         return true;
     }
 
-    static bool writeSlot(File& file, int slot, char const (&bytes)[File::RecordSize]) {
+    // An errno, or 0.
+    static int writeSlot(File& file, int slot, char const (&bytes)[File::RecordSize]) {
         std::int64_t const offset = slotOffset(slot, File::RecordSize);
         [[maybe_unused]] auto const lock = Traits::lock(file);
-        return transferred(file, offset, pwrite(file.mFd, bytes, sizeof bytes, offset),
-                           sizeof bytes);
+        ssize_t const moved = pwrite(file.mFd, bytes, sizeof bytes, offset);
+        int const error = moved == -1 ? errno : EIO;
+        if (transferred(file, offset, moved, sizeof bytes)) return 0;
+        return file.mFd == -1 ? file.mOpenError : error;
     }
 
     static bool transferred(File& file, std::int64_t offset, ssize_t moved, std::size_t wanted) {

@@ -3,8 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
-#include <limits>
 
 namespace ZEB {
 
@@ -34,12 +34,18 @@ HeaderCheck checkFile(int fd, FileHeader const& expected, std::int64_t fileSize,
     return HeaderCheck::Accepted;
 }
 
+bool writeWhole(int fd, void const* bytes, std::size_t size, std::int64_t offset) {
+    ssize_t const moved = pwrite(fd, bytes, size, offset);
+    bool const whole = moved == static_cast<ssize_t>(size);
+    if (!whole && moved != -1) errno = EIO;
+    return whole;
+}
+
 namespace {
 
 template <typename Field>
 bool writeField(int fd, Field const& field, std::size_t offset) {
-    return pwrite(fd, &field, sizeof field, static_cast<off_t>(offset)) ==
-           static_cast<ssize_t>(sizeof field);
+    return writeWhole(fd, &field, sizeof field, static_cast<off_t>(offset));
 }
 
 }  // namespace
@@ -49,12 +55,6 @@ bool writeHeader(int fd, FileHeader const& header) {
            writeField(fd, header.version, offsetof(FileHeader, version)) &&
            writeField(fd, header.recordSize, offsetof(FileHeader, recordSize)) &&
            writeField(fd, header.recordCount, offsetof(FileHeader, recordCount));
-}
-
-std::int64_t slotOffset(int slot, std::uint16_t recordSize) {
-    std::int64_t const offset =
-        std::int64_t{slot} * recordSize + static_cast<std::int64_t>(HeaderSize);
-    return offset >= 0 && offset <= std::numeric_limits<std::int32_t>::max() ? offset : -1;
 }
 
 bool exists(char const* path) {

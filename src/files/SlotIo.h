@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <limits>
 
 namespace ZEB {
 
@@ -29,11 +30,18 @@ bool sameFamily(FileHeader const& found, FileHeader const& expected);
 // bytes). NoLength when the file's end can't be sought.
 HeaderCheck checkFile(int fd, FileHeader const& expected, std::int64_t fileSize, char* slot0);
 
-// Field by field, each with one write.
+// By one write. False sets errno, to EIO where the write was cut short.
+bool writeWhole(int fd, void const* bytes, std::size_t size, std::int64_t offset);
+
+// Field by field, each with one write. False sets errno, as above.
 bool writeHeader(int fd, FileHeader const& header);
 
 // Where a slot begins; -1 when it begins before the file or beyond 31 bits.
-std::int64_t slotOffset(int slot, std::uint16_t recordSize);
+constexpr std::int64_t slotOffset(int slot, std::uint16_t recordSize) {
+    std::int64_t const offset =
+        std::int64_t{slot} * recordSize + static_cast<std::int64_t>(HeaderSize);
+    return offset >= 0 && offset <= std::numeric_limits<std::int32_t>::max() ? offset : -1;
+}
 
 // Sets blockSize to the directory's preferred block size in bytes, or reports on
 // standard error and leaves it.

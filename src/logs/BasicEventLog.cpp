@@ -1,5 +1,6 @@
 #include "BasicEventLog.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <utility>
 
@@ -8,6 +9,7 @@
 #include "logs/RecordRun.h"
 #include "logs/RingPosition.h"
 #include "logs/StartUpWalk.h"
+#include "logs/StoreOrCount.h"
 
 namespace ZEB {
 
@@ -37,17 +39,23 @@ int BasicEventLog::getRecordCount() { return ring().capacity(); }
 void BasicEventLog::SetEnabled(bool enabled) { mEnabled = enabled; }
 
 void BasicEventLog::writeRecord(EventMsg const& record) {
-    if (!mEnabled || !EventFile::isUsable()) return;
-    Ring const shape = ring();
-    HeldRange held{mFirst, mCount};
-    held.keepBelowLimit(shape);
-    RingPosition const at = ringPosition(static_cast<std::uint64_t>(held.end()), shape);
-    if (!isCurrent(at.file)) mCurrentFile = std::make_shared<EventFile>(at.file);
-    mCurrentFile->writeRecord(record, at.slot);
-    held.addOne(shape);
-    mFirst = held.first;
-    mCount = held.count;
+    if (!mEnabled) return;
+    storeOrCount(mLost, [&] {
+        if (!EventFile::isUsable()) return EINVAL;
+        Ring const shape = ring();
+        HeldRange held{mFirst, mCount};
+        held.keepBelowLimit(shape);
+        RingPosition const at = ringPosition(static_cast<std::uint64_t>(held.end()), shape);
+        if (!isCurrent(at.file)) mCurrentFile = std::make_shared<EventFile>(at.file);
+        int const error = mCurrentFile->writeRecord(record, at.slot) ? 0 : errno;
+        held.addOne(shape);
+        mFirst = held.first;
+        mCount = held.count;
+        return error;
+    });
 }
+
+LostRecords BasicEventLog::GetLostRecords() const { return mLost; }
 
 void BasicEventLog::GetRecord(EventMsg* record, unsigned long recordIndex) {
     RingPosition const at = ringPosition(recordIndex, ring());

@@ -2,15 +2,17 @@
 
 #include <dirent.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <stdexcept>
 
 #include "files/FileNames.h"
+#include "files/NoLightSourceFile.h"
 #include "logs/RecordRun.h"
 #include "logs/RingPosition.h"
+#include "logs/StoreOrCount.h"
 #include "util/StackMem.h"
 #include "util/VEKLog.h"
 #include "util/VEKPaths.h"
@@ -70,18 +72,23 @@ int BasicLightSourceLog::getFileCount() { return 1; }
 int BasicLightSourceLog::getRecordCount() { return ring().capacity(); }
 
 bool BasicLightSourceLog::writeRecord(LightSourceRecord const& record) {
-    if (!mCurrentFile) {
-        try {
-            mCurrentFile = std::make_shared<LightSourceFile>(0);
-        } catch (std::logic_error const&) {
-            return false;
+    int const error = storeOrCount(mLost, [&] {
+        if (!mCurrentFile) {
+            try {
+                mCurrentFile = std::make_shared<LightSourceFile>(0);
+            } catch (NoLightSourceFile const& none) {
+                return none.error;
+            }
+            // What was counted without a file is nowhere; its first slot must not stay empty.
+            mCurrentIndex = 0;
+            mCount = 0;
         }
-        // What was counted without a file is nowhere; its first slot must not stay empty.
-        mCurrentIndex = 0;
-        mCount = 0;
-    }
-    return mCurrentFile->writeRecord(record, slotOf(mCurrentIndex));
+        return mCurrentFile->writeRecord(record, slotOf(mCurrentIndex)) ? 0 : errno;
+    });
+    return error == 0;
 }
+
+LostRecords BasicLightSourceLog::GetLostRecords() const { return mLost; }
 
 bool BasicLightSourceLog::editRecord(LightSourceRecord const& record) {
     return writeRecord(record);

@@ -20,6 +20,7 @@
 #include "logs/RecordRun.h"
 #include "logs/RingPosition.h"
 #include "logs/StartUpWalk.h"
+#include "logs/StoreOrCount.h"
 #include "util/VEKLog.h"
 
 namespace ZEB {
@@ -156,15 +157,24 @@ void BasicMeasurementLog::SetEnabled(bool enabled) {
 void BasicMeasurementLog::writeRecord(MeasurementRecord const& record) {
     Lock const lock(mMutex);
     if (!mEnabled) return;
-    HeldRange held{mFirst, mCount};
-    held.keepBelowLimit(ring());
-    if (held.end() >= 0) {  // a pointer below 0 counts up from below 0
-        RingPosition const at = ringPosition(static_cast<std::uint64_t>(held.end()), ring());
-        if (!isCurrent(at.file)) NewCurrentFile(at.file, false);
-        mCurrentFile->writeRecord(record, at.slot);
-    }
-    held.addOne(ring());
-    adopt(held);
+    storeOrCount(mLost, [&] {
+        HeldRange held{mFirst, mCount};
+        held.keepBelowLimit(ring());
+        int error = ERANGE;
+        if (held.end() >= 0) {  // a pointer below 0 counts up from below 0
+            RingPosition const at = ringPosition(static_cast<std::uint64_t>(held.end()), ring());
+            if (!isCurrent(at.file)) NewCurrentFile(at.file, false);
+            error = mCurrentFile->writeRecord(record, at.slot) ? 0 : errno;
+        }
+        held.addOne(ring());
+        adopt(held);
+        return error;
+    });
+}
+
+LostRecords BasicMeasurementLog::GetLostRecords() const {
+    Lock const lock(mMutex);
+    return mLost;
 }
 
 void BasicMeasurementLog::Clear() {

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cerrno>
+#include <new>
+
+#include "LostRecords.h"
+
+namespace ZEB {
+
+// Runs store() for one record that was handed in. It returns 0, or the errno for which the
+// record was not stored and is counted as lost, as it is when an exception passes out.
+template <class Store>
+int storeOrCount(LostRecords& lost, Store const& store) {
+    auto const count = [&lost](int error) {
+        ++lost.count;
+        lost.error = error;
+    };
+    try {
+        int const error = store();
+        if (error != 0) count(error);
+        return error;
+    } catch (std::bad_alloc const&) {
+        count(ENOMEM);
+        throw;
+    } catch (...) {
+        count(ECANCELED);
+        throw;
+    }
+}
+
+}  // namespace ZEB

@@ -1,0 +1,78 @@
+#include <sys/resource.h>
+
+#include <cerrno>
+#include <csignal>
+#include <stdexcept>
+
+#include "BasicEventLog.h"
+#include "BasicLightSourceLog.h"
+#include "BasicMeasurementLog.h"
+#include "Fixture.h"
+
+namespace ZEB {
+
+using Lost = std::pair<std::uint64_t, int>;
+
+class Losses : public Instrument {
+  protected:
+    template <class Log>
+    static Lost lostOf(Log const& log) {
+        LostRecords const lost = log.GetLostRecords();
+        return {lost.count, lost.error};
+    }
+};
+
+TEST_F(Losses, AreCountedWithWhatTheWriteFailedOn) {
+    BasicEventLog log;
+    log.writeRecord(event(1));  // not wanted, so not lost
+    log.SetEnabled(true);
+    log.writeRecord(event(1));
+    EXPECT_EQ(lostOf(log), Lost(0, 0));
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{18 + 62 + 30, RLIM_INFINITY};  // in the middle of slot 1
+    setrlimit(RLIMIT_FSIZE, &limit);
+    log.writeRecord(event(2));
+    EXPECT_EQ(lostOf(log), Lost(1, EIO));
+    log.writeRecord(event(3));
+    EXPECT_EQ(lostOf(log), Lost(2, EFBIG));
+    limit.rlim_cur = RLIM_INFINITY;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    log.writeRecord(event(4));
+    log.clear();
+    EXPECT_EQ(lostOf(log), Lost(2, EFBIG));
+}
+
+TEST_F(Losses, WithoutAFileTellWhyThereIsNone) {
+    BasicLightSourceLog lamps;
+    lamps.close();
+    EXPECT_FALSE(lamps.writeRecord(lamp(1, 1)));
+    EXPECT_FALSE(lamps.editRecord(lamp(1, 1)));
+    lamps.newRecord(lamp(1, 1));
+    EXPECT_EQ(lostOf(lamps), Lost(3, EBADF));
+    fs::remove_all(settings);
+    EXPECT_THROW(lamps.Clear(), std::logic_error);
+    EXPECT_FALSE(lamps.writeRecord(lamp(1, 1)));
+    EXPECT_EQ(lostOf(lamps), Lost(4, ENOENT));
+    fs::create_directory(settings);
+    EXPECT_TRUE(lamps.writeRecord(lamp(1, 1)));
+    EXPECT_EQ(lostOf(lamps), Lost(4, ENOENT));
+
+    fs::remove_all(data);
+    BasicEventLog events;
+    BasicMeasurementLog measurements;
+    events.SetEnabled(true);
+    measurements.SetEnabled(true);
+    for (int i = 0; i < 3; ++i) events.writeRecord(event(1));
+    measurements.writeRecord(measurement(1));
+    EXPECT_EQ(lostOf(events), Lost(3, ENOENT));
+    EXPECT_EQ(lostOf(measurements), Lost(1, ENOENT));
+
+    fs::create_directory(data);
+    write(data / "currentMeasurementLog", "-1");
+    BasicMeasurementLog below;  // the ring begins 65000 records further on
+    below.SetEnabled(true);
+    below.writeRecord(measurement(1));
+    EXPECT_EQ(lostOf(below), Lost(1, ERANGE));
+}
+
+}  // namespace ZEB
