@@ -79,6 +79,7 @@ struct Held {
 inline bool mustReport = false;  // a call that was made to fail
 inline bool mustThrow = false;   // an allocation that was
 inline bool anew = false;        // that had a file made anew
+inline int injected = 0;         // the errno of either
 
 // A log together with its model; every operation does both and compares them.
 template <class Log, class File, class Record, int Files, int Slots>
@@ -91,7 +92,8 @@ struct Part {
 
     Held& held;
     std::unique_ptr<Log> log;
-    bool unsure = false;  // a call failed since the log was opened
+    bool unsure = false;                       // a call failed since the log was opened
+    std::uint64_t handed = 0, lostBefore = 0;  // records, of the last store()
 
     static std::string path(int file) {  // the pointer's behind the last file's
         std::string const root = std::getenv("VEK_ROOT");
@@ -127,11 +129,26 @@ struct Part {
         if (Lamps) std::memcpy(slot.bytes + 18, &time, sizeof time);
         clearClient(slot);
         if (!Lamps && long{held.first} + held.count < 0) slot = held.old[at];  // only counted
+        Slot const wanted = slot;
         store(slot, advance);
         bool const more = held.count < Capacity;
         if (advance) ++(more ? held.count : held.first);
         if (Lamps) held.first = held.count < Capacity ? 0 : more ? 1 : held.first % Capacity;
         check();
+        account(at, wanted);
+    }
+    // What was handed in is in its slot or counted as lost. A byte that the record shares
+    // with the one before could hide that the write was cut.
+    void account(int at, Slot const& wanted) {
+        Slot const& old = held.old[at];
+        bool const placed = !(wanted == old);
+        if (!log || (placed && wanted.bytes[Size - 3] == old.bytes[Size - 3])) return;
+        auto const [lost, error] = log->GetLostRecords();
+        auto const stored = static_cast<unsigned>(placed && held.now[at] == wanted);
+        require(stored + lost - lostBefore == handed, "lost without being counted", Size, at);
+        bool const missing = error == ENOENT;  // as when a restore fails
+        require(lost == lostBefore || missing || error == (placed ? injected : ERANGE),
+                "lost for another reason", Size, error);
     }
     static Record recordIn(Slot const& slot) {
         ZEB::ByteBuf bytes(slot.bytes, Size);
@@ -142,9 +159,12 @@ struct Part {
     }
     void store(Slot const& slot, bool advance) {
         Record const record = recordIn(slot);
+        handed = 0;
+        lostBefore = log ? log->GetLostRecords().count : 0;
         call(
             [&] {
                 if (!log) return;
+                ++handed;
                 if constexpr (!Lamps) log->writeRecord(record);
                 if constexpr (Lamps)
                     advance ? log->newRecord(record) : void(log->editRecord(record));

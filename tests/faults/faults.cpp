@@ -118,6 +118,7 @@ Fault cut(std::string const& name, std::size_t size, Change const* change) {
 Fault failAgain(std::string const& name, std::size_t, Change const* change) {
     if (name != failing) return {};
     rigged->each([](auto& part) { part.unsure = part.held.holes = true; });
+    injected = failure.error != 0 ? failure.error : EIO;
     bool const changes = change != nullptr && (name == "fopen" || name == "unlink");
     mustReport = failure.error > EINTR &&
                  (changes || name == "open" || name == "opendir" || name == "posix_fallocate");
@@ -143,6 +144,7 @@ void failAllocation() {
     }
     if (!isChild) return;
     mustThrow = true;
+    injected = ENOMEM;
     throw std::bad_alloc();
 }
 
