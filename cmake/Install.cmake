@@ -5,7 +5,7 @@ set(installed VEKLogFiles)
 if(NOT VEK_PLATFORM)
   list(APPEND installed VEKmsgClasses VEKutil VEKStdCore)
   install(DIRECTORY platform/msgclasses platform/util DESTINATION ${VEK_INCLUDEDIR}
-          FILES_MATCHING PATTERN "*.h")
+          FILES_MATCHING PATTERN "*.h" PATTERN NewFile.h EXCLUDE)
 endif()
 foreach(name VEKLogFiles VEKmsgClasses VEKutil)
   if(TARGET ${name}Static)

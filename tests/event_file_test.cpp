@@ -26,9 +26,6 @@ class EventFiles : public Instrument {
 
 TEST_F(EventFiles, AreMadeWholeAndHoldRecordsAtTheirPlaces) {
     EXPECT_FALSE(EventFile::FileExist(3));
-    // Left by processes killed in the middle: one of the same number, one without.
-    write(data / (".NxtEventLogFile." + std::to_string(getpid()) + ".7"), "");
-    write(data / ".NxtEventLogFile.2147483647.0", "");
     {
         EventFile file(3);
         std::string const empty = contents(path(3));

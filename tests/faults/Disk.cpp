@@ -91,12 +91,16 @@ auto inDirectory(std::string const& path) {
 int openFile(char const* name, char const* path, int flags) {
     Quiet const quiet;
     auto const found = now.names.find(path);
+    bool const nameless = (flags & O_TMPFILE) == O_TMPFILE;
     bool const there = found != now.names.end();
     bool const changes = (flags & (there ? O_TRUNC : O_CREAT)) != 0;
     Change change{Change::Link, there ? found->second : lastNode + 1, path, {}, 0, {}};
     if (there) change.kind = Change::Resize;
-    int const error = quiet.enter(name, changes ? &change : nullptr).error;
-    if (error != 0 || !(there || changes)) return failed(error != 0 ? error : ENOENT);
+    int error = quiet.enter(name, changes ? &change : nullptr).error;
+    if (error == 0 && nameless && !makesNameless) error = EOPNOTSUPP;
+    if (error == 0 && there && (flags & O_EXCL) != 0) error = EEXIST;
+    if (error == 0 && !there && !changes && !nameless) error = ENOENT;
+    if (error != 0) return failed(error);
     if (changes) perform(change);
     lastNode = std::max(lastNode, change.node);
     files[++lastDescriptor] = {change.node, 0};
@@ -235,6 +239,18 @@ int posix_fallocate(int fd, off_t, off_t size) {
 int unlink(char const* path) noexcept { return changeName("unlink", path, nullptr); }
 int remove(char const* path) noexcept { return changeName("remove", path, nullptr); }
 int rename(char const* from, char const* to) noexcept { return changeName("rename", from, to); }
+
+int linkat(int, char const* from, int, char const* to, int flags) noexcept {
+    if (!inMemory(to)) return real(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, flags);
+    Quiet const quiet;
+    int const node = files[std::atoi(std::strrchr(from, '/') + 1)].node;
+    Change const change{Change::Link, node, to, {}, 0, {}};
+    bool const there = now.names.count(to) != 0;
+    int const error = quiet.enter("linkat", there ? nullptr : &change).error;
+    if (error != 0 || there) return failed(error != 0 ? error : EEXIST);
+    perform(change);
+    return 0;
+}
 
 int stat(char const* path, struct stat* status) noexcept {
     if (!inMemory(path)) return real(SYS_newfstatat, AT_FDCWD, path, status, 0);

@@ -26,6 +26,7 @@ struct Fault {
 // Name, size of a transfer, and what the call will do to the disk.
 using Hook = Fault (*)(std::string const&, std::size_t, Change const*);
 
+inline bool makesNameless = true;           // files without a name (O_TMPFILE)
 inline thread_local bool watching = false;  // the code under test runs
 inline Hook onCall = nullptr;
 inline void (*onAllocation)() = nullptr;

@@ -120,8 +120,8 @@ Fault failAgain(std::string const& name, std::size_t, Change const* change) {
     rigged->each([](auto& part) { part.unsure = part.held.holes = true; });
     injected = failure.error != 0 ? failure.error : EIO;
     bool const changes = change != nullptr && (name == "fopen" || name == "unlink");
-    mustReport = failure.error > EINTR &&
-                 (changes || name == "open" || name == "opendir" || name == "posix_fallocate");
+    mustReport = failure.error > EINTR && (changes || name == "open" || name == "opendir" ||
+                                           name == "posix_fallocate" || name == "linkat");
     return failure;
 }
 Fault fail(std::string const& name, std::size_t size, Change const* change) {
@@ -263,6 +263,7 @@ int main(int argc, char** argv) {
     State& state = kind == "kills" ? shared.state : own;
     state.random = static_cast<unsigned>(std::atoi(argv[2]));
     withLamps = state.random % 2 == 0;
+    makesNameless = state.random % 4 == 1 || state.random % 4 == 2;
     int const steps = std::atoi(argv[3]);
     stride = static_cast<unsigned>(std::atoi(argv[4]));
     onAllocation = kind == "allocations" ? failAllocation : nullptr;
