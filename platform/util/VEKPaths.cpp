@@ -1,15 +1,15 @@
 #include "util/VEKPaths.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
-#include <system_error>
 
+#include "util/NewFile.h"
 #include "util/VEKLog.h"
 
 namespace ZEB {
@@ -31,11 +31,18 @@ void resolve(char const* directory, char const* name, char* buffer, std::size_t 
     std::snprintf(buffer, size, format, "/dev/null", directory, name);
 }
 
-bool flush(char const* path) {
-    int const fd = open(path, O_RDONLY);
-    bool const flushed = fd != -1 && fsync(fd) == 0;
-    if (fd != -1) close(fd);
-    return flushed;
+std::string pathIn(char const* directory, char const* name) {
+    return std::string(root()) + '/' + directory + '/' + name;
+}
+
+bool copyBytes(int from, int to) {
+    char bytes[4096];
+    for (off_t at = 0;;) {
+        ssize_t const size = pread(from, bytes, sizeof bytes, at);
+        if (size <= 0) return size == 0;
+        if (pwrite(to, bytes, static_cast<std::size_t>(size), at) != size) return false;
+        at += size;
+    }
 }
 
 }  // namespace
@@ -54,20 +61,19 @@ void VEKSettingsFile(char const* name, char* buffer, std::size_t size) {
 
 int SettingsFileExist(char const* name, unsigned short* /*recordCount*/,
                       unsigned short /*standard*/) {
-    std::error_code failed;
-    return std::filesystem::exists(std::string(root()) + "/settings/" + name, failed) ? 1 : 0;
+    struct stat status {};
+    return stat(pathIn("settings", name).c_str(), &status) == 0 ? 1 : 0;
 }
 
 bool GetBackupSetting(char const* name) {
-    namespace fs = std::filesystem;
-    fs::path const from = std::string(root()) + "/backup/settings/" + name;
-    fs::path const to = std::string(root()) + "/settings/" + name;
-    fs::path const hidden = std::string(root()) + "/settings/." + name;
-    std::error_code failed;
-    fs::copy_file(from, hidden, fs::copy_options::overwrite_existing, failed);
-    if (failed || !flush(hidden.c_str())) return false;
-    fs::rename(hidden, to, failed);  // never half copied under its own name
-    return !failed;
+    std::string const from = pathIn("backup/settings", name);
+    NewFile copy(pathIn("settings", name), '.' + std::string(name));
+    // Not blocking: a pipe in the file's place must not stop the caller.
+    int const in = open(from.c_str(), O_RDONLY | O_NONBLOCK);
+    bool const copied =
+        in != -1 && copy.fd() != -1 && copyBytes(in, copy.fd()) && fsync(copy.fd()) == 0;
+    if (in != -1) close(in);
+    return copied && copy.putInPlace();
 }
 
 }  // namespace ZEB

@@ -20,7 +20,8 @@ void VEKSettingsFile(char const* name, char* buffer, std::size_t size);
 // instrument's own library also checks the record count, by default standard.
 int SettingsFileExist(char const* name, unsigned short* recordCount, unsigned short standard);
 
-// Copies the file from the backup settings; false when it can't.
+// Copies the file from the backup settings, readable and writable for its owner
+// whatever the backup is, and flushed before it gets its name; false when it can't.
 bool GetBackupSetting(char const* name);
 
 }  // namespace ZEB
