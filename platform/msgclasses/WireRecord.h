@@ -12,17 +12,18 @@
 namespace ZEB {
 
 // What the three record classes share: exactly Size serialised bytes, moved by
-// one write or one read, the time stamp first. A stream that ends too early
-// leaves a default record. They go straight to and from the stream's buffer: the
-// stream's own guards around that cost a fetched record a fifth of its time.
+// one write or one read, the time stamp first. A stream that ends too early, has
+// failed or has no buffer leaves a default record. They go straight to and from the stream's
+// buffer: the stream's own guards around that cost a fetched record a fifth of its time.
 template <std::size_t Size>
 class WireRecord : public VEKSerializeable {
   public:
     void serialize(std::ostream& out) const override {
+        if (!out.good()) return out.setstate(std::ios::failbit);
         if (out.rdbuf()->sputn(mImage.data(), Length) != Length) out.setstate(std::ios::badbit);
     }
     void deserialize(std::istream& in) override {
-        if (in.rdbuf()->sgetn(mImage.data(), Length) == Length) return;
+        if (in.good() && in.rdbuf()->sgetn(mImage.data(), Length) == Length) return;
         mImage = {};
         in.setstate(std::ios::eofbit | std::ios::failbit);
     }
