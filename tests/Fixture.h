@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -12,15 +11,15 @@
 #include <string>
 #include <vector>
 
+#include SDK_HEADER
 #include "msgclasses/ByteStream.h"
-#include "msgclasses/EventMsg.h"
-#include "msgclasses/LightSourceRecord.h"
-#include "msgclasses/MeasurementRecord.h"
-#include "msgclasses/Var.h"
+#include "util/VEKPaths.h"
 
 namespace ZEB {
 
 namespace fs = std::filesystem;
+
+inline int syncs = 0, fsyncs = 0, cacheDrops = 0;  // calls that tests take over
 
 inline std::string const CookieStart = "VEK KIB ";  // cookies without their last two letters
 
@@ -33,6 +32,12 @@ inline std::string wire(VEKSerializeable const& record) {
     record.serialize(out);
     return out.str();
 }
+template <class File, class Record>
+std::string slotOf(Record const& record) {
+    std::string bytes = wire(record);
+    bytes.resize(File::RecordSize);
+    return bytes;
+}
 inline std::string headerOf(std::string const& kind, int recordSize, int count, int version = 1) {
     return CookieStart + kind + std::string(2, '\0') +
            bytesOf(static_cast<std::uint16_t>(version)) +
@@ -40,13 +45,6 @@ inline std::string headerOf(std::string const& kind, int recordSize, int count, 
            bytesOf(static_cast<std::uint16_t>(count));
 }
 
-inline EventMsg event(int time, int code = 1) {
-    return {TimeStamp(time), static_cast<std::uint16_t>(code), 0, std::to_string(time)};
-}
-inline LightSourceRecord lamp(int time, int key) { return {TimeStamp(time), 1, key}; }
-inline MeasurementRecord measurement(int time) { return {TimeStamp(time), 1}; }
-
-inline Var request(std::string const& bytes) { return Var(ByteBuf(bytes.data(), bytes.size())); }
 inline Var request(std::int32_t first, std::int32_t count, std::string const& client = "") {
     return request(bytesOf(first) + bytesOf(count) + client);
 }
@@ -66,21 +64,28 @@ void makeSlotFile(fs::path const& path, std::string const& header, std::uintmax_
     write(path, header);
     fs::resize_file(path, size);
     std::fstream out(path, std::ios::in | std::ios::out | std::ios::binary);
+    std::uint16_t recordSize = 0;
+    std::memcpy(&recordSize, header.data() + 14, sizeof recordSize);
     for (auto const& [slot, record] : slots) {
-        std::string const bytes = wire(record);
-        out.seekp(static_cast<std::streamoff>(18 + bytes.size() * static_cast<unsigned>(slot)));
-        out << bytes;
+        out.seekp(18 + std::streamoff{slot} * recordSize);
+        out << wire(record);
     }
+}
+
+// What a path function of the platform answers.
+template <typename Function>
+fs::path askedOf(Function pathFunction, char const* name = "") {
+    char path[4096];
+    pathFunction(name, path, sizeof path);
+    return path;
 }
 
 // An instrument with empty directories of its own.
 class Instrument : public testing::Test {
   protected:
     Instrument() {
-        setenv("VEK_ROOT", root.c_str(), 1);
-        setenv("VEK_LOG_LEVEL", "2", 1);
-        for (char const* name : {"data", "settings", "backup/data", "backup/settings"}) {
-            fs::create_directories(root / name);
+        for (fs::path const& path : {data, settings, backup, fs::path(backupSettings(root))}) {
+            fs::create_directories(path);
         }
     }
     ~Instrument() override { fs::remove_all(root); }
@@ -88,7 +93,7 @@ class Instrument : public testing::Test {
     // What one log answers: its range, and each reply's records until none is wanted.
     template <class Log>
     static std::pair<std::uint32_t, std::uint32_t> rangeOf(Log& log) {
-        ByteBuf reply;
+        Reply reply;
         log.GetLogRange(reply);
         std::uint32_t fields[2];
         std::memcpy(fields, reply.data(), sizeof fields);
@@ -99,18 +104,22 @@ class Instrument : public testing::Test {
                                           unsigned short client = 0) {
         std::vector<std::string> replies;
         while (count != 0) {
-            ByteBuf reply;
+            Reply reply;
             log.GetLogRecords(&first, &count, client, reply);
-            replies.emplace_back(reply.data(), reply.size());
+            replies.push_back(contents(reply));
         }
         return replies;
     }
     // The record times of a reply without a client.
-    static std::vector<int> timesOf(std::string const& reply, std::size_t recordSize) {
+    template <class Record>
+    static std::vector<int> timesOf(std::string const& reply) {
         std::vector<int> times;
-        for (std::size_t at = 8; at < reply.size(); at += recordSize) {
-            times.emplace_back();
-            std::memcpy(&times.back(), reply.data() + at, sizeof(int));
+        std::size_t const size = wire(Record()).size();
+        for (std::size_t at = 8; at < reply.size(); at += size) {
+            std::istringstream in(reply.substr(at, size));
+            Record record;
+            record.deserialize(in);
+            times.push_back(record.timeStamp().seconds());
         }
         return times;
     }
@@ -123,11 +132,12 @@ class Instrument : public testing::Test {
 
     fs::path const root = [] {
         char name[] = "/tmp/vekXXXXXX";
-        return fs::path(mkdtemp(name));
+        useRoot(mkdtemp(name));
+        return fs::path(name);
     }();
-    fs::path const data = root / "data";
-    fs::path const settings = root / "settings";
-    fs::path const backup = root / "backup/data";
+    fs::path const data = askedOf(VEKDataFile);
+    fs::path const settings = askedOf(VEKSettingsFile);
+    fs::path const backup = askedOf(VEKBackupDataFile);
 };
 
 }  // namespace ZEB

@@ -81,18 +81,18 @@ TEST_F(EventLogs, SendRunsThatEndWithTheirFile) {
     int time = 991;
     for (std::string const& reply : replies) {
         EXPECT_EQ(reply.substr(0, 8),
-                  bytesOf(time - 1) + bytesOf(static_cast<int>(timesOf(reply, 62).size())));
-        for (int const found : timesOf(reply, 62)) EXPECT_EQ(found, time++);
+                  bytesOf(time - 1) + bytesOf(static_cast<int>(timesOf<EventMsg>(reply).size())));
+        for (int const found : timesOf<EventMsg>(reply)) EXPECT_EQ(found, time++);
     }
     EXPECT_EQ(time, 1991);
-    EXPECT_EQ(timesOf(replies[0], 62).size(), 10U);
-    EXPECT_EQ(timesOf(replies[1], 62).size(), 716U);
+    EXPECT_EQ(timesOf<EventMsg>(replies[0]).size(), 10U);
+    EXPECT_EQ(timesOf<EventMsg>(replies[1]).size(), 716U);
 
     EventMsg stamped = event(2);
     stamped.setClient(5);
     EXPECT_EQ(fetch(log, 1, 1, 5).at(0),
               bytesOf(1) + bytesOf(1) + bytesOf(std::uint16_t{62}) + wire(stamped));
-    EXPECT_EQ(timesOf(fetch(log, 9001, 1).at(0), 62), std::vector<int>{2});  // any cursor
+    EXPECT_EQ(timesOf<EventMsg>(fetch(log, 9001, 1).at(0)), std::vector<int>{2});  // any cursor
 }
 
 TEST_F(EventLogs, CutRequestsToWhatTheyHold) {

@@ -63,10 +63,10 @@ TEST_F(Measurements, SettleTheirSettingsAndRefuseLongPaths) {
     EXPECT_EQ(BasicMeasurementLog::getFileCount(), 5);
     EXPECT_EQ(BasicMeasurementLog::getRecordCount(), 5000);
     EXPECT_FALSE(MeasurementFile::FileExist(0));
-    fs::path const deep = root / std::string(64 - root.string().size(), 'd');
-    fs::create_directories(deep / "data");  // 69 characters; indices of two digits just fit
-    setenv("VEK_ROOT", (deep.string() + "/////").c_str(), 1);
-    EXPECT_EQ(MeasurementFile::getFileLocation(), deep.string() + "//////data");
+    // So deep that indices of two digits just fit: a path takes 99 characters.
+    useRoot(root / std::string(74 - data.string().size(), 'd'));
+    fs::create_directories(askedOf(VEKDataFile));
+    EXPECT_EQ(MeasurementFile::getFileLocation(), askedOf(VEKDataFile));
     EXPECT_EQ(BasicMeasurementLog::getRecordCount(), T);
     std::string const format = MeasurementFile::getFileNameFormat();
     ASSERT_EQ(format.size(), 97U);
@@ -76,8 +76,10 @@ TEST_F(Measurements, SettleTheirSettingsAndRefuseLongPaths) {
                   EXPECT_FALSE(file.writeRecord(measurement(1), 0));
                   EXPECT_EQ(errno, ENAMETOOLONG);
                   EXPECT_FALSE(MeasurementFile::FileExist(12345));
-              }).substr(0, 60 + format.size()),
-              "[1] ZEB::MeasurementFile::openFd - filepath " + format + " (12345) too lon");
+              })
+                  .find(shown(1, "ZEB::MeasurementFile::openFd - filepath " + format +
+                                     " (12345) too long")),
+              0U);
 }
 
 TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
@@ -210,9 +212,9 @@ TEST_F(Measurements, AreFoundByTheirTime) {
         EXPECT_EQ(log.dateToIndex(date), index) << date;
     }
     auto const between = [&](std::string const& bytes) {
-        ByteBuf reply;
+        Reply reply;
         log.GetLogRangeDates(request(bytes), reply);
-        return std::string(reply.data(), reply.size());
+        return contents(reply);
     };
     EXPECT_EQ(between(bytesOf(3) + bytesOf(19)), bytesOf(3) + bytesOf(1));
     EXPECT_EQ(between(bytesOf(19) + bytesOf(3)), bytesOf(3) + bytesOf(1));
@@ -232,32 +234,35 @@ TEST_F(Measurements, AreExportedWithBothEnds) {
         EXPECT_TRUE(log.SaveToFile(out.c_str(), from, to));
         return contents(out);
     };
-    std::string const header = "Date\tTime\tMethod\tChannel\tValues\n";
-    auto const line = [](std::string const& seconds) {
-        return "1970-01-01\t00:00:" + seconds + ".000000\t1\t0\t\n";
+    char text[1024];
+    std::string const header = MeasurementRecord::GetHeader(text, sizeof text);
+    auto const line = [&](int time) {
+        MeasurementRecord record = measurement(time);
+        record.setClient(110);
+        std::string const date = record.GetDateText(text, 100);
+        return date + '\t' + record.GetTimeText(text, 100) + '\t' + record.asText() + '\n';
     };
     BasicMeasurementLog log;
     EXPECT_EQ(exported(log, 0, 100), header);
     log.SetEnabled(true);
     for (int time : {10, 20, 30, 40}) log.writeRecord(measurement(time));
-    EXPECT_EQ(exported(log, 15, 25), header + line("20") + line("30"));
-    EXPECT_EQ(exported(log, 25, 15), header + line("20") + line("30"));
-    EXPECT_EQ(exported(log, 40, 99), header + line("40"));
-    EXPECT_EQ(exported(log, 0x100000019, 20), header + line("20") + line("30"));  // low 32 bits
+    EXPECT_EQ(exported(log, 15, 25), header + line(20) + line(30));
+    EXPECT_EQ(exported(log, 25, 15), header + line(20) + line(30));
+    EXPECT_EQ(exported(log, 40, 99), header + line(40));
+    EXPECT_EQ(exported(log, 0x100000019, 20), header + line(20) + line(30));  // low 32 bits
     EXPECT_EQ(exported(log, -1, 15), header);  // ends before it begins
     EXPECT_EQ(messagesOf([&] { EXPECT_FALSE(log.SaveToFile(root.c_str(), 0, 1)); }),
-              "[2] BasicMeasurementLog::SaveToFile - failed to open " + root.string() + "\n");
+              shown(2, "BasicMeasurementLog::SaveToFile - failed to open " + root.string()));
 
     for (int i = 0; i < F; ++i) makeFull(i, i * R + 1);
     point(std::to_string(F - 1));
     BasicMeasurementLog full;
     full.SetEnabled(true);
     append(full, T + 1, T + 2);
-    std::string const text = exported(full, T, T + 2);
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 4);
+    EXPECT_EQ(exported(full, T, T + 2), header + line(T) + line(T + 1) + line(T + 2));
     std::string const reply = fetch(full, 5, 500).at(0);
     EXPECT_EQ(reply.substr(0, 8), bytesOf(5) + bytesOf(417));  // it holds no more
-    EXPECT_EQ(reply.size(), 8U + 417 * 110);
+    EXPECT_EQ(reply.size(), 8 + 417 * wire(measurement(1)).size());
 }
 
 TEST_F(Measurements, ComeBackFromTheBackupOverLiveFiles) {

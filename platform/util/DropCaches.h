@@ -3,8 +3,7 @@
 namespace ZEB {
 
 // Called after a file was closed, so that the instrument can give its page
-// cache back. Here it only counts.
+// cache back. Here it leaves the machine's alone.
 void DropCaches();
-unsigned long DropCachesCalls();
 
 }  // namespace ZEB
