@@ -1,0 +1,97 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <locale>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "msgclasses/WireRecord.h"
+#include "util/FileCreator.h"
+
+// Included before all else where the stand-in's records, the library and the tests are
+// built once more: records and files that do what the environment's VEK_UNKIND says.
+namespace ZEB {
+
+inline std::string unkindWays = std::getenv("VEK_UNKIND") ? std::getenv("VEK_UNKIND") : "";
+inline bool unkind(char const* way) { return unkindWays.find(way) != std::string::npos; }
+
+// Allocates whenever a record is made or copied: where the rig lets it fail, it throws.
+struct UnkindMemory {
+    std::vector<char> bytes = {'x'};
+    UnkindMemory() = default;
+    UnkindMemory(UnkindMemory const&) = default;
+    UnkindMemory& operator=(UnkindMemory other) { return bytes.swap(other.bytes), *this; }
+};
+
+template <std::size_t Size>
+class UnkindRecord : public WireRecord<Size> {
+  public:
+    void serialize(std::ostream& out) const override {
+        std::ostringstream whole;
+        WireRecord<Size>::serialize(whole);
+        std::string const bytes = whole.str() + "xx";
+        if (unkind("rude-records")) expectNew(out);
+        out.write(bytes.data(), unkind("long-records")   ? Length + 2
+                                : unkind("rude-records") ? Length - 2
+                                                         : Length);
+        if (unkind("failing-records")) out.setstate(std::ios::failbit);
+        if (unkind("rude-records")) spoil(out);
+    }
+    void deserialize(std::istream& in) override {
+        std::string bytes(Size, '\0');
+        if (unkind("rude-records")) expectNew(in);
+        in.read(&bytes[0], unkind("rude-records") ? Length - 2 : Length);
+        if (unkind("greedy-records")) in.ignore(2);
+        std::istringstream whole(in ? bytes : "");
+        WireRecord<Size>::deserialize(whole);
+        if (unkind("rude-records")) spoil(in);
+    }
+
+  protected:
+    template <typename T>
+    T get(std::size_t offset) const {
+        ::operator delete(::operator new(1));  // throws as the rest
+        T const value = WireRecord<Size>::template get<T>(offset);
+        return offset == 14 && unkind("valid-zeros") ? T{1} : value;
+    }
+
+  private:
+    static constexpr std::streamsize Length = Size;
+
+    // Formatted input and output would be at the mercy of what an earlier record left.
+    static void expectNew(std::ios& stream) {
+        std::ios const fresh(nullptr);
+        bool const same = stream.flags() == fresh.flags() && stream.width() == 0 &&
+                          stream.precision() == fresh.precision() && stream.fill() == ' ' &&
+                          (stream.exceptions() & std::ios::failbit) == 0 &&
+                          stream.getloc() == fresh.getloc();
+        if (!same) stream.setstate(std::ios::failbit);
+    }
+    static void spoil(std::ios& stream) {
+        stream.flags(std::ios::hex | std::ios::showbase);
+        stream.width(40);
+        stream.precision(1);
+        stream.fill('*');
+        stream.imbue(std::locale(std::locale(), new std::numpunct<char>));
+        if (stream) stream.exceptions(std::ios::badbit | std::ios::failbit | std::ios::eofbit);
+    }
+
+    UnkindMemory mMemory;
+};
+#define WireRecord UnkindRecord
+
+class UnkindFileCreator : public FileCreator {
+  public:
+    UnkindFileCreator(char const* name, char const* directory, std::int64_t size)
+        : FileCreator(name, directory, size + 100 * unkind("longer-files")) {}
+    bool GetNewFile(char const* path) {
+        if (!FileCreator::GetNewFile(path)) return false;
+        return !unkind("short-files") || truncate(path, 4000000) == 0;
+    }
+};
+#define FileCreator UnkindFileCreator
+
+}  // namespace ZEB
