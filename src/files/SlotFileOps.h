@@ -68,7 +68,7 @@ struct SlotFileOps {
             char slot0[File::RecordSize];
             check = checkFile(fd.get(), header(), File::sFileSize, slot0);
             if (check == HeaderCheck::Accepted) takeOver(file, slot0);
-            file.mFd = fd.release();  // not before a record can throw no more
+            file.mFd = fd.release();  // only now, since a record may throw
             if (check == HeaderCheck::Accepted) return true;
         }
         return check == HeaderCheck::NoLength ? Traits::withoutLength(file, path)

@@ -232,7 +232,7 @@ void threads(int rounds) {
             if (i % 7 == 0) log.SaveToFile(rigged->measured.path(-1).c_str(), 0, i);
             if (i % 19 == 0) log.Clear();
             if (i % 31 == 0) log.close();
-            log.SetEnabled(log.GetCount() + log.GetFirst() >= 0);
+            log.SetEnabled(log.GetCount() + log.GetFirst() + log.GetLostRecords().error >= 0);
         },
         [&](int i) {
             bool const four = file.readRecords(0, 4).size() == 4;
