@@ -24,8 +24,8 @@ Side side(MakeOp makeOp) {
 struct Repeat {
     benchmark::IterationCount iterations;  // of one repetition
     int repetitions;
-    // Work that waits is timed by the clock on the wall; all other work by the
-    // processor time it takes, which others on the machine disturb less.
+    // Work that waits is timed by the wall clock, all other work by processor time,
+    // which other processes disturb less.
     bool waits = false;
 };
 
@@ -34,8 +34,8 @@ struct Figures {
     double p99;
 };
 
-// Runs the sides' repetitions in random order, so that what slows the machine
-// down meets all of them.
+// Runs the sides' repetitions in random order, so that whatever slows the machine
+// down affects all of them.
 std::vector<Figures> measure(std::vector<Side> const& sides, Repeat repeat);
 
 struct Row {

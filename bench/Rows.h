@@ -32,7 +32,7 @@ void fetchAll(Log& log, unsigned count, unsigned first = 0) {
     }
 }
 
-// Held against one write of a slot each.
+// Compared with one write of a slot each.
 template <class Kind>
 Row appendRow(std::string work, double bound) {
     auto const library = [] {
@@ -51,7 +51,7 @@ Row appendRow(std::string work, double bound) {
     return {std::move(work), bound, {3000, 101}, side(library), side(bare)};
 }
 
-// A full file, held against one read for each batch of at most one block.
+// A full file, compared with one read for each batch of at most one block.
 template <class Kind>
 Row fetchRow(std::string work, double bound, int file) {
     auto const library = [file] {

@@ -1,4 +1,4 @@
-# Installs the library, its headers and pages, and what the two usual build systems look for.
+# Installs the library, its headers and pages, and the files that CMake and pkg-config look for.
 include(CMakePackageConfigHelpers)
 
 set(installed VEKLogFiles)

@@ -2,8 +2,8 @@
 
 namespace ZEB::demo {
 
-// Each lives its log's share of a day in several runs of the instrument, prints
-// what it sees and ends the process with 1 when a record is missing or wrong.
+// Each takes its log through a day of several runs of the instrument, prints what it
+// sees, and ends the process with 1 when a record is missing or wrong.
 
 void events(char const* inputPath, char const* repliesPath);
 void lamps();

@@ -1,4 +1,4 @@
-"""Compares the replies that the demo fetched with its input, parsed anew and
+"""Compares the replies that the demo fetched with its input, which is parsed again
 without the library. Usage: check_events.py INPUT REPLIES"""
 import calendar
 import struct

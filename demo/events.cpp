@@ -44,7 +44,7 @@ std::pair<std::uint32_t, std::uint32_t> rangeOf(BasicEventLog& log) {
     return {range[0], range[1]};
 }
 
-// Goes on where the log says that the last run stopped, up to an end.
+// Continues where the log says that the last run stopped, up to end.
 std::uint32_t writeOn(std::vector<EventMsg> const& events, std::size_t end,
                       volatile std::uint32_t* written) {
     BasicEventLog log;
@@ -105,7 +105,7 @@ void events(char const* inputPath, char const* repliesPath) {
     std::uint32_t const before = *written;
     inOneRun([&] {
         std::uint32_t const start = writeOn(input, input.size(), written);
-        std::printf("  started again: the log holds %u, goes on there\n", start);
+        std::printf("  started again: the log holds %u and continues there\n", start);
         require(start >= before, "a record whose append had returned is missing");
     });
     inOneRun([&] { fetchAll(repliesPath); });

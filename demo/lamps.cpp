@@ -23,7 +23,7 @@ LightSourceRecord recordOf(Lamp lamp) {
             60000 * lamp.minutes, 1};
 }
 
-// Prints what the log holds and compares it with what it ought to hold.
+// Prints what the log holds and compares it with what it should hold.
 void show(char const* title, std::vector<Lamp> const& expected) {
     BasicLightSourceLog log;
     std::printf("  %s\n  %12s%12s\n", title, "lamp", "minutes");
@@ -35,8 +35,8 @@ void show(char const* title, std::vector<Lamp> const& expected) {
             record.isValid() && record.key() == expected[i].key && minutes == expected[i].minutes,
             "a lamp record is wrong");
     }
-    auto const behind = static_cast<unsigned int>(expected.size());
-    require(!log.getRecord(behind).isValid(), "there is a lamp record too many");
+    auto const next = static_cast<unsigned int>(expected.size());
+    require(!log.getRecord(next).isValid(), "there is one lamp record too many");
 }
 
 // An archive is read as the lamp file of another instrument.
@@ -68,7 +68,7 @@ void lamps() {
         require(log.GetLostRecords().count == 0, "a lamp record was not stored");
     });
     inOneRun([] {
-        BasicLightSourceLog log;  // stands at lamp 5 again
+        BasicLightSourceLog log;  // is at lamp 5 again
         log.newRecord(recordOf({5, 60}));
         require(log.editRecord(recordOf({6, 1})), "a lamp record could not be edited");
     });

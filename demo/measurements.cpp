@@ -118,7 +118,7 @@ std::pair<std::uint32_t, std::uint32_t> fetchDates(std::uint32_t from, std::uint
     return {begin, end};
 }
 
-// The export has the record at its end too.
+// The export includes the record at its end.
 void expectExport(char const* path, std::uint32_t begin, std::uint32_t end,
                   std::vector<MeasurementRecord> const& taken) {
     std::ifstream in(path);
@@ -132,7 +132,7 @@ void expectExport(char const* path, std::uint32_t begin, std::uint32_t end,
                                      taken[i].asText();
         require(std::getline(in, line) && line == expected, "an exported measurement is wrong");
     }
-    require(!std::getline(in, line), "the export has a measurement too many");
+    require(!std::getline(in, line), "the export has one measurement too many");
 }
 
 }  // namespace
@@ -148,7 +148,7 @@ void measurements(char const* takenPath, char const* exportPath) {
     inOneRun([&] { expectAll("restarted by the pointer", taken); });
     fs::remove(pointer);
     inOneRun([&] { expectAll("restarted without it", taken); });
-    require(fs::exists(pointer), "the pointer was not written anew");
+    require(fs::exists(pointer), "the pointer was not written again");
 
     inOneRun([&] {
         std::uint32_t const from = timeOf(taken[SampleCount / 4]);
