@@ -15,15 +15,18 @@ std::ios& inClassicLocale(std::ios& stream) {
     return stream;
 }
 
+// It owns no memory and is never destroyed: registering a destructor could fail.
+alignas(SlotStream) thread_local char storage[sizeof(SlotStream)];
+thread_local SlotStream* kept = nullptr;
+
 }  // namespace
 
 SlotStream::SlotStream() : mFormat(inClassicLocale(mStream)) {}
 
-SlotStream& SlotStream::ofThread() {
-    // It owns no memory and is never destroyed: registering a destructor could fail.
-    alignas(SlotStream) thread_local char storage[sizeof(SlotStream)];
-    thread_local SlotStream* kept = nullptr;
-    if (kept == nullptr) kept = new (storage) SlotStream;
+SlotStream& SlotStream::ofThread() { return kept != nullptr ? *kept : makeForThread(); }
+
+SlotStream& SlotStream::makeForThread() {
+    kept = new (storage) SlotStream;
     return *kept;
 }
 
@@ -31,7 +34,7 @@ std::streamsize SlotStream::Buffer::xsputn(char const* bytes, std::streamsize si
     std::streamsize const fitting = std::min<std::streamsize>(size, epptr() - pptr());
     std::memcpy(pptr(), bytes, static_cast<std::size_t>(fitting));
     pbump(static_cast<int>(fitting));
-    mOverrun |= fitting < size;
+    if (fitting < size) mOverrun = true;
     return fitting;
 }
 

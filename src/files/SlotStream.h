@@ -50,6 +50,7 @@ class SlotStream {
     };
 
     SlotStream();
+    [[gnu::cold, gnu::noinline]] static SlotStream& makeForThread();
 
     Buffer mBuffer;
     std::iostream mStream{&mBuffer};
