@@ -16,7 +16,7 @@ LAMP = struct.Struct(TIME + "IiQIH")
 MEASUREMENT = struct.Struct(TIME + "HHH" + "Hd" * 9)
 VALUE_KINDS = ("none", "intensity", "wavelength", "absorbance", "concentration",
                "temperature", "pressure", "humidity", "voltage", "load", "free_memory")
-USED = 4  # the field behind the time stamp, in all three records
+USED = 4  # the field after the time stamp, in all three records
 
 
 def iso(seconds, microseconds):
