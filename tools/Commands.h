@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "Filter.h"
 #include "Log.h"
 #include "Status.h"
 #include "Table.h"
-#include "Times.h"
 
 namespace ZEB::tool {
 
@@ -14,7 +14,7 @@ struct Options {
     std::vector<std::string> paths;
     std::string log;  // a kind's name; empty: the only one there is
     Format format = Format::Aligned;
-    Period period;
+    Filter filter;
     long newest = -1;  // records; below 0: all
     bool reverse = false;
     bool follow = false;

@@ -70,7 +70,8 @@ void exportLog(Log<MeasurementKind> const& log, Period const& period, Status& st
 void exportText(Options const& options, Status& status) {
     Options measurements = options;
     measurements.log = MeasurementKind::Name;
-    exportLog(std::get<Log<MeasurementKind>>(chosenLog(measurements)), options.period, status);
+    exportLog(std::get<Log<MeasurementKind>>(chosenLog(measurements)), options.filter.period,
+              status);
 }
 
 }  // namespace ZEB::tool

@@ -44,7 +44,7 @@ Curves collect(Log<Kind> const& log, Options const& options) {
     SlotReader reader(progress);
     auto const firstTime = [&](bool backward) {
         std::int64_t seconds = 0;
-        forEachRecord(log, spans, options.period, backward, reader,
+        forEachRecord(log, spans, options.filter, backward, reader,
                       [&](int, int, auto const& record) {
                           seconds = record.timeStamp().seconds();
                           return false;
@@ -54,7 +54,7 @@ Curves collect(Log<Kind> const& log, Options const& options) {
     std::int64_t const from = firstTime(false);
     std::int64_t const width = std::max<std::int64_t>(1, (firstTime(true) - from) / Stretches);
     Curves curves;
-    forEachRecord(log, spans, options.period, false, reader, [&](int, int, auto const& record) {
+    forEachRecord(log, spans, options.filter, false, reader, [&](int, int, auto const& record) {
         std::int64_t const time = record.timeStamp().seconds();
         drawRecord(record, [&](std::string const& name, double value) {
             bool const isMeant = options.curve.empty() || name == options.curve;

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "Filter.h"
 #include "Place.h"
 
 namespace ZEB::tool {
@@ -17,18 +18,18 @@ bool liesOutside(LogFile<Kind>& file, Span const& span, Period const& period) {
     return from <= to && (to < period.since || from > period.until);
 }
 
-// Calls visit(file index, slot, record) for each record of the period, in the
+// Calls visit(file index, slot, record) for each record that the filter means, in the
 // order of the spans or against it, until it returns false; the result is false,
 // then.
 template <class Kind, class Visit>
-bool forEachRecord(Log<Kind> const& log, std::vector<Span> const& spans, Period const& period,
+bool forEachRecord(Log<Kind> const& log, std::vector<Span> const& spans, Filter const& filter,
                    bool backward, SlotReader& reader, Visit const& visit) {
     for (std::size_t i = 0; i < spans.size(); ++i) {
         Span const& span = spans[backward ? spans.size() - 1 - i : i];
         auto const file = log.open(span.file);
-        if (!file || span.count == 0 || liesOutside(*file, span, period)) continue;
+        if (!file || span.count == 0 || liesOutside(*file, span, filter.period)) continue;
         auto const visitMeant = [&](int slot, auto const& record) {
-            bool const meant = record.isValid() && period.contains(record.timeStamp().seconds());
+            bool const meant = record.isValid() && filter.matches(record);
             return !meant || visit(span.file, slot, record);
         };
         bool const goOn = backward ? reader.backward(*file, span.first, span.count, visitMeant)
@@ -40,13 +41,13 @@ bool forEachRecord(Log<Kind> const& log, std::vector<Span> const& spans, Period 
 
 // Cuts the spans to their newest count records.
 template <class Kind>
-std::vector<Span> newestOf(Log<Kind> const& log, std::vector<Span> spans, Period const& period,
+std::vector<Span> newestOf(Log<Kind> const& log, std::vector<Span> spans, Filter const& filter,
                            long count, SlotReader& reader) {
     if (count == 0) return {};
     int firstFile = 0;
     int firstSlot = 0;
     bool const hasMore =
-        !forEachRecord(log, spans, period, true, reader, [&](int file, int slot, auto const&) {
+        !forEachRecord(log, spans, filter, true, reader, [&](int file, int slot, auto const&) {
             firstFile = file;
             firstSlot = slot;
             return --count > 0;

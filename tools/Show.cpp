@@ -115,6 +115,7 @@ class Follower {
 
 template <class Kind>
 void showLog(Log<Kind> const& log, Options const& options, Status& status) {
+    options.filter.requireFieldsOf(Kind::Name);
     log.complainOfFaults(status);
     Place<Kind> const place = findPlace(log, Gaps::AreSkipped);
     Progress progress(log.bytes(), isatty(STDOUT_FILENO) != 0);
@@ -129,21 +130,21 @@ void showLog(Log<Kind> const& log, Options const& options, Status& status) {
         }
     }
     if (options.newest >= 0) {
-        spans = newestOf(log, std::move(spans), options.period, options.newest, reader);
+        spans = newestOf(log, std::move(spans), options.filter, options.newest, reader);
     }
     Printer<Kind> printer(options.format, options.follow);
     auto const print = [&](int file, int slot, auto const& record) {
         printer.print(log.shownIndex + file, slot, record);
         return true;
     };
-    forEachRecord(log, spans, options.period, options.reverse, reader, print);
+    forEachRecord(log, spans, options.filter, options.reverse, reader, print);
     printer.end();
     if (!options.follow) return;
     Follower<Kind> follower(options.paths.front(), log, place);
     while (std::fflush(stdout) == 0) {
         usleep(PollMicroseconds);
         follower.visitNew([&](int file, int slot, auto const& record) {
-            if (options.period.contains(record.timeStamp().seconds())) print(file, slot, record);
+            if (options.filter.matches(record)) print(file, slot, record);
         });
     }
 }

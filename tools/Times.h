@@ -17,10 +17,23 @@ struct Period {
     bool contains(std::int64_t seconds) const { return since <= seconds && seconds <= until; }
 };
 
-// An ISO time in UTC, from a mere date on: 2026-01-31, 2026-01-31T12:30,
-// 2026-01-31T12:30:59, with or without a Z, a blank in place of the T.
+// How parseTime's texts are explained to whoever types them.
+constexpr char const* TimeExamples =
+    "2026-01-31, 2026-01-31T12:30:59 (UTC) or with an offset such as +01:00, @1795550000, -2d, "
+    "today or yesterday";
+
+// Seconds since 1970, from
+// - an ISO time, from a mere date on: 2026-01-31, 2026-01-31T12:30, 2026-01-31 12:30:59.25,
+//   in UTC or with an offset behind it (Z, +01:00, +0100); fractions are cut;
+// - @1795550000;
+// - a time before now: -90s, -30m, -1h, -2d, -1w;
+// - now; today and yesterday, which begin at midnight UTC.
 std::optional<std::int64_t> parseTime(std::string const& text);
 
-std::string timeText(TimeStamp const& time);
+enum class Zone { Utc, Record };
+
+// With an offset: Z, or the record's own. A fraction that is none (microseconds
+// above 999999) becomes the greatest there is.
+std::string timeText(TimeStamp const& time, Zone zone = Zone::Utc);
 
 }  // namespace ZEB::tool

@@ -2,6 +2,7 @@
 #include <map>
 
 #include "Commands.h"
+#include "ParsedOption.h"
 
 namespace {
 
@@ -32,23 +33,17 @@ void addLog(CLI::App& command, Options& options) {
         ->type_name("LOG");
 }
 
-void addTime(CLI::App& command, std::string const& name, std::int64_t& bound,
-             std::string const& help) {
-    command
-        .add_option_function<std::string>(
-            name,
-            [name, &bound](std::string const& text) {
-                auto const time = parseTime(text);
-                if (!time) throw CLI::ValidationError(name, "not an ISO time: " + text);
-                bound = *time;
-            },
-            help + " (UTC: 2026-01-31 or 2026-01-31T12:30:59)")
-        ->type_name("TIME");
-}
-
 void addPeriod(CLI::App& command, Options& options) {
-    addTime(command, "--since", options.period.since, "Records from this time on");
-    addTime(command, "--until", options.period.until, "Records up to this time, included");
+    auto const add = [&](char const* name, std::string const& help, std::int64_t& bound) {
+        addParsed(command, name, "TIME", help + ": " + TimeExamples,
+                  std::string("a time such as ") + TimeExamples, [&bound](std::string const& text) {
+                      auto const time = parseTime(text);
+                      if (time) bound = *time;
+                      return time.has_value();
+                  });
+    };
+    add("--since", "Records from this time on", options.filter.period.since);
+    add("--until", "Records up to this time, included", options.filter.period.until);
 }
 
 using Command = void (*)(Options const&, Status&);
@@ -66,6 +61,7 @@ void addCommands(CLI::App& app, Options& options, Command& chosen) {
     addFormat(showing, options);
     addLog(showing, options);
     addPeriod(showing, options);
+    addFilter(showing, options.filter);
     showing.add_option("-n", options.newest, "The newest N records only")
         ->check(CLI::Range(0L, 1000000000L).description(""))
         ->type_name("N");

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Times.h"
+#include "msgclasses/EventMsg.h"
+#include "msgclasses/LightSourceRecord.h"
+#include "msgclasses/MeasurementRecord.h"
+
+namespace CLI {
+class App;
+}
+
+namespace ZEB::tool {
+
+// Numbers and ranges of numbers, such as "3", "3,5" or "100-199,300-"; while none
+// is named, all are meant.
+class Numbers {
+  public:
+    // False, and nothing taken over, when the text is no such list.
+    bool parse(std::string const& text);
+
+    bool areAll() const { return mRanges.empty(); }
+    bool contain(std::uint32_t number) const;
+
+  private:
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> mRanges;  // both ends included
+};
+
+// Which records are meant, by their time and by what they hold.
+struct Filter {
+    Period period;
+    Numbers severity;
+    Numbers code;
+    std::string text;  // to be found within an event's
+    Numbers lamp;
+    Numbers method;
+    Numbers channel;
+    Numbers client;
+
+    bool matches(EventMsg const& record) const;
+    bool matches(LightSourceRecord const& record) const;
+    bool matches(MeasurementRecord const& record) const;
+
+    // Throws WrongUsage when a field was named that the log's records don't have.
+    void requireFieldsOf(std::string const& log) const;
+};
+
+void addFilter(CLI::App& command, Filter& filter);
+
+}  // namespace ZEB::tool
