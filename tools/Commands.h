@@ -12,7 +12,9 @@ namespace ZEB::tool {
 
 struct Options {
     std::vector<std::string> paths;
-    std::string log;  // a kind's name; empty: the only one there is
+    std::string log;       // a kind's name; empty: the only one there is
+    bool damaged = false;  // read unfit files, too
+    Zone zone = Zone::Utc;
     Format format = Format::Aligned;
     Filter filter;
     long newest = -1;  // records; below 0: all
@@ -30,7 +32,8 @@ void exportText(Options const& options, Status& status);
 void verify(Options const& options, Status& status);
 void plot(Options const& options, Status& status);
 
-// The one log of the first path that the options mean.
-AnyLog chosenLog(Options const& options);
+// The one log of each path that the options mean, all of one kind. Paths without it
+// are complained of and left out.
+std::vector<AnyLog> chosenLogs(Options const& options, Status& status);
 
 }  // namespace ZEB::tool

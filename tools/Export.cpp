@@ -1,7 +1,14 @@
 #include "logs/ExportText.h"
 
+#include <unistd.h>
+
+#include <cstring>
+#include <new>
+
 #include "Commands.h"
-#include "Place.h"
+#include "Merge.h"
+#include "Survey.h"
+#include "files/Handles.h"
 #include "logs/DateSearch.h"
 
 namespace ZEB::tool {
@@ -10,20 +17,15 @@ namespace {
 
 using File = LogFile<MeasurementKind>;
 
-// The bounds as the log takes them, which searches with 32 bits.
-long boundOr(std::int64_t bound, std::int64_t none, long instead) {
-    return bound == none ? instead : static_cast<long>(bound);
+// The unsigned 32 bits of seconds that the log searches with.
+std::uint32_t searched(std::int64_t bound) {
+    constexpr std::int64_t Most = std::numeric_limits<std::uint32_t>::max();
+    return static_cast<std::uint32_t>(std::clamp<std::int64_t>(bound, 0, Most));
 }
 
-void writeSlots(File const& file, int slot, int count, SlotReader& reader) {
-    reader.forward(file, slot, count, [](int, MeasurementRecord record) {
-        writeExportLine(stdout, record);
-        return true;
-    });
-}
-
-void exportLog(Log<MeasurementKind> const& log, Period const& period, Status& status) {
-    log.complainOfFaults(status);
+// As the instrument goes about it, which looks for the ends of the period by
+// bisection and takes lost files for empty ones.
+void exportAsInstrument(Log<MeasurementKind> const& log, Period period, Status& status) {
     auto const held = findPlace(log, Gaps::EndTheLog).held;
     std::shared_ptr<File> file = std::make_shared<File>(-1);
     auto const fileAt = [&](int index) -> File& {
@@ -41,27 +43,54 @@ void exportLog(Log<MeasurementKind> const& log, Period const& period, Status& st
 
     writeExportHeader(stdout);
     if (held.count <= 0) return;
-    Period const all;
-    long from = boundOr(period.since, all.since, 0);
-    long to = boundOr(period.until, all.until, std::numeric_limits<std::uint32_t>::max());
-    if (from > to) std::swap(from, to);
-    std::int64_t index = indexOfDate(held, static_cast<std::uint32_t>(from), timeOf);
-    std::int64_t const last = indexOfDate(held, static_cast<std::uint32_t>(to), timeOf);
+    if (period.since > period.until) std::swap(period.since, period.until);
+    std::int64_t index = indexOfDate(held, searched(period.since), timeOf);
+    std::int64_t const last = indexOfDate(held, searched(period.until), timeOf);
     Progress progress((last - index + 1) * File::RecordSize, isatty(STDOUT_FILENO) != 0);
-    SlotReader reader(progress);
+    SlotReader<MeasurementKind> reader(progress);
     while (index <= last) {
         auto const at = ringPosition(static_cast<std::uint64_t>(index), log.ring);
         auto const count = static_cast<int>(
             std::min<std::int64_t>(last - index + 1, log.ring.slotsPerFile - at.slot));
-        File const& source = fileAt(at.file);
-        if (source.path().empty()) {
+        fileAt(at.file);
+        if (file->path().empty()) {
             MeasurementRecord none;
             for (int i = 0; i < count; ++i) writeExportLine(stdout, none);
-            status.complain(Damage, log.fileName(at.file) + ": missing, exported as empty records");
+            status.complain(Damage, log.fileName(at.file) + ": exported as empty records");
         } else {
-            writeSlots(source, at.slot, count, reader);
+            reader.begin(file, at.slot, count);
+            while (reader.next()) {
+                MeasurementRecord record = reader.record();
+                writeExportLine(stdout, record);
+            }
         }
         index += count;
+    }
+}
+
+// The line with one more field.
+template <class Write>
+void writeMarked(char const* mark, Write const& write) {
+    char line[2048];
+    Stream const out(fmemopen(line, sizeof line, "w"));
+    if (!out) throw std::bad_alloc();
+    write(out.get());
+    std::fflush(out.get());
+    std::printf("%.*s\t%s\n", static_cast<int>(std::strcspn(line, "\n")), line, mark);
+}
+
+// Every record of the period, with those of unfit files where their times say.
+void exportDamaged(Log<MeasurementKind> const& log, Filter const& filter, Status& status) {
+    std::vector<Source<MeasurementKind>> sources;
+    sources.emplace_back(log);
+    for (auto& file : unfitFiles(log)) sources.emplace_back(std::move(file));
+    Progress progress(log.bytes(), isatty(STDOUT_FILENO) != 0);
+    writeMarked("Damaged", writeExportHeader);
+    Merge<MeasurementKind> merge(sources, {filter, Order::OldestFirst, progress, status});
+    while (merge.next()) {
+        MeasurementRecord record = merge.cursor().record();
+        writeMarked(sources[merge.source()].log.isUnfit ? "yes" : "no",
+                    [&](std::FILE* out) { writeExportLine(out, record); });
     }
 }
 
@@ -70,8 +99,15 @@ void exportLog(Log<MeasurementKind> const& log, Period const& period, Status& st
 void exportText(Options const& options, Status& status) {
     Options measurements = options;
     measurements.log = MeasurementKind::Name;
-    exportLog(std::get<Log<MeasurementKind>>(chosenLog(measurements)), options.filter.period,
-              status);
+    for (AnyLog const& any : chosenLogs(measurements, status)) {
+        auto const& log = std::get<Log<MeasurementKind>>(any);
+        complainOfLosses(log, options.damaged ? Advice::None : Advice::ShowDamaged, status);
+        if (options.damaged) {
+            exportDamaged(log, options.filter, status);
+        } else {
+            exportAsInstrument(log, options.filter.period, status);
+        }
+    }
 }
 
 }  // namespace ZEB::tool

@@ -1,81 +1,52 @@
 #include "Fields.h"
 
-#include "Times.h"
+#include "Values.h"
 
 namespace ZEB::tool {
 
 namespace {
 
 template <class Record>
-Json time(Record const& record) {
-    return timeText(record.timeStamp());
-}
-
-template <class Record>
-std::vector<Field<Record>> withTimes(std::vector<Field<Record>> fields) {
-    std::vector<Field<Record>> const times = {
-        {{"time", -27}, time<Record>},
-        {{"utc_offset", 10}, [](Record const& r) -> Json { return r.timeStamp().utcOffset(); }},
-        {{"uptime", 10}, [](Record const& r) -> Json { return r.timeStamp().uptime(); }},
-        {{"client", 6}, [](Record const& r) -> Json { return r.client(); }}};
-    fields.insert(fields.begin(), times.begin(), times.end());
+std::vector<Field<Record>> withCommon(std::vector<Field<Record>> fields) {
+    using R = Record;
+    std::vector<Field<R>> const common = {
+        {{"utc_offset", 10},
+         [](R const& r) -> Cell { return std::int64_t{r.timeStamp().utcOffset()}; }},
+        {{"uptime", 10}, [](R const& r) -> Cell { return std::int64_t{r.timeStamp().uptime()}; }},
+        {{"client", 6}, [](R const& r) -> Cell { return std::int64_t{r.client()}; }}};
+    fields.insert(fields.begin(), common.begin(), common.end());
     return fields;
-}
-
-// The names of the kinds come from the record's own text, "name=value name=value".
-template <class Visit>
-void forEachValue(MeasurementRecord const& record, Visit const& visit) {
-    std::string const text = record.asText();
-    std::size_t at = text.rfind('\t') + 1;
-    for (std::size_t i = 0; i < MeasurementRecord::MaxValues; ++i) {
-        if (record.kind(i) == MeasurementRecord::ValueKind::None) continue;
-        std::size_t const end = text.find('=', at);
-        visit(text.substr(at, end - at), record.value(i));
-        at = text.find(' ', end) + 1;
-    }
-}
-
-Json values(MeasurementRecord const& record) {
-    Json result = Json::array();
-    forEachValue(record, [&](std::string const& kind, double value) {
-        result.push_back({{"kind", kind}, {"value", value}});
-    });
-    return result;
 }
 
 }  // namespace
 
-template <>
-std::vector<Field<EventMsg>> const& fieldsOf<EventMsg>() {
+std::vector<Field<EventMsg>> const& fieldsOf(EventMsg const&) {
     using R = EventMsg;
-    static auto const fields = withTimes<R>(
-        {{{"code", 5}, [](R const& r) -> Json { return r.code(); }},
-         {{"severity", 8}, [](R const& r) -> Json { return r.severity(); }},
-         {{"latitude", 12}, [](R const& r) -> Json { return r.location().latitude / 1e7; }},
-         {{"longitude", 12}, [](R const& r) -> Json { return r.location().longitude / 1e7; }},
-         {{"altitude", 9}, [](R const& r) -> Json { return r.location().altitude / 1e3; }},
-         {{"text", -30}, [](R const& r) -> Json { return r.text(); }}});
+    static auto const fields = withCommon<R>(
+        {{{"code", 5}, [](R const& r) -> Cell { return std::int64_t{r.code()}; }},
+         {{"severity", 8}, [](R const& r) -> Cell { return std::int64_t{r.severity()}; }},
+         {{"latitude", 12}, [](R const& r) -> Cell { return r.location().latitude / 1e7; }},
+         {{"longitude", 12}, [](R const& r) -> Cell { return r.location().longitude / 1e7; }},
+         {{"altitude", 9}, [](R const& r) -> Cell { return r.location().altitude / 1e3; }},
+         {{"message", -30}, [](R const& r) -> Cell { return r.text(); }}});
     return fields;
 }
 
-template <>
-std::vector<Field<LightSourceRecord>> const& fieldsOf<LightSourceRecord>() {
+std::vector<Field<LightSourceRecord>> const& fieldsOf(LightSourceRecord const&) {
     using R = LightSourceRecord;
-    static auto const fields =
-        withTimes<R>({{{"key", 10}, [](R const& r) -> Json { return r.key(); }},
-                      {{"lamp", 6}, [](R const& r) -> Json { return r.lampKind(); }},
-                      {{"burning_ms", 14}, [](R const& r) -> Json { return r.burningTime(); }},
-                      {{"ignitions", 9}, [](R const& r) -> Json { return r.ignitions(); }}});
+    static auto const fields = withCommon<R>(
+        {{{"lamp_key", 10}, [](R const& r) -> Cell { return std::int64_t{r.key()}; }},
+         {{"lamp", 6}, [](R const& r) -> Cell { return std::int64_t{r.lampKind()}; }},
+         {{"burning_ms", 14}, [](R const& r) -> Cell { return r.burningTime(); }},
+         {{"ignitions", 9}, [](R const& r) -> Cell { return std::int64_t{r.ignitions()}; }}});
     return fields;
 }
 
-template <>
-std::vector<Field<MeasurementRecord>> const& fieldsOf<MeasurementRecord>() {
+std::vector<Field<MeasurementRecord>> const& fieldsOf(MeasurementRecord const&) {
     using R = MeasurementRecord;
-    static auto const fields =
-        withTimes<R>({{{"method", 6}, [](R const& r) -> Json { return r.method(); }},
-                      {{"channel", 7}, [](R const& r) -> Json { return r.channel(); }},
-                      {{"values", -30}, values}});
+    static auto const fields = withCommon<R>(
+        {{{"method_id", 9}, [](R const& r) -> Cell { return std::int64_t{r.method()}; }},
+         {{"channel", 7}, [](R const& r) -> Cell { return std::int64_t{r.channel()}; }}});
     return fields;
 }
 
@@ -89,7 +60,7 @@ void drawRecord(LightSourceRecord const& record, Curve const& curve) {
 }
 
 void drawRecord(MeasurementRecord const& record, Curve const& curve) {
-    forEachValue(record, curve);
+    forEachValue(record, [&](ValueKind kind, double value) { curve(kindName(kind), value); });
 }
 
 }  // namespace ZEB::tool

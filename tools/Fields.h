@@ -9,21 +9,17 @@
 
 namespace ZEB::tool {
 
-// What is shown of a record, column by column.
+// What is shown of a record besides its place and time, column by column. No name is
+// an SQL keyword, so that tables can be made of them.
 template <class Record>
 struct Field {
     Heading heading;
-    Json (*value)(Record const&);
+    Cell (*value)(Record const&);
 };
 
-template <class Record>
-std::vector<Field<Record>> const& fieldsOf();
-template <>
-std::vector<Field<EventMsg>> const& fieldsOf<EventMsg>();
-template <>
-std::vector<Field<LightSourceRecord>> const& fieldsOf<LightSourceRecord>();
-template <>
-std::vector<Field<MeasurementRecord>> const& fieldsOf<MeasurementRecord>();
+std::vector<Field<EventMsg>> const& fieldsOf(EventMsg const&);
+std::vector<Field<LightSourceRecord>> const& fieldsOf(LightSourceRecord const&);
+std::vector<Field<MeasurementRecord>> const& fieldsOf(MeasurementRecord const&);
 
 // What a plot draws of a record: the value of each named curve. Events have none.
 using Curve = std::function<void(std::string const& name, double value)>;

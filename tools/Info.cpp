@@ -1,7 +1,7 @@
 #include <sys/stat.h>
 
 #include "Commands.h"
-#include "Place.h"
+#include "Survey.h"
 
 namespace ZEB::tool {
 
@@ -15,51 +15,71 @@ std::int64_t diskUse(std::string const& path) {
 }
 
 template <class Kind>
-void describe(Log<Kind> const& log, Table& table, Status& status) {
-    log.complainOfFaults(status);
+void describe(Log<Kind> const& log, Zone zone, Table& table, Status& status) {
+    Survey const survey = complainOfLosses(log, Advice::CopyIt, status);
+    if (survey.next != survey.newest) {
+        status.complain(Damage, log.directory + ": the instrument would go on with " +
+                                    log.fileName(survey.next) +
+                                    ", though the newest record is in " +
+                                    log.fileName(survey.newest));
+    }
+    if (survey.byModification) {
+        status.complain(Damage, log.directory + ": that it would go on with " +
+                                    log.fileName(survey.next) +
+                                    " hangs on times of modification, which a copy may have lost, "
+                                    "since the pointer and the files disagree");
+    }
     Place<Kind> const place = findPlace(log, Gaps::AreSkipped);
     std::int64_t used = 0;
     std::int64_t disk = 0;
-    Json oldest;
-    Json newest;
+    Cell oldest;
+    Cell newest;
     for (Span const& span : spansOf(log, place)) {
         auto const file = log.open(span.file);
         if (!file) continue;
         auto const record = file->readRecord(span.first);
-        if (oldest.is_null() && record.isValid()) oldest = timeText(record.timeStamp());
-        if (file->recentRecordIndex() >= 0) newest = timeText(file->recentRecord().timeStamp());
+        if (oldest.index() == 0 && record.isValid()) oldest = timeText(record.timeStamp(), zone);
+        if (file->recentRecordIndex() >= 0)
+            newest = timeText(file->recentRecord().timeStamp(), zone);
         // The current file of a wrapped ring comes in two spans.
         if (span.first != 0) continue;
         used += file->validRecordCount();
         disk += diskUse(file->path());
     }
     for (auto const& [index, file] : log.faulty) disk += diskUse(file.path);
-    table.row({log.directory, log.name(), LogFile<Kind>::VersionData,
-               log.paths.size() + log.faulty.size(), log.ring.files, log.ring.slotsPerFile, used,
-               oldest, newest,
-               place.current ? Json(log.fileName(place.current->mFileIndex)) : Json(),
-               place.wrapped, disk});
+    auto const count = [](std::size_t number) { return static_cast<std::int64_t>(number); };
+    table.row({log.directory, log.name(), std::int64_t{LogFile<Kind>::VersionData},
+               count(log.paths.size() + log.faulty.size()), std::int64_t{log.ring.files},
+               std::int64_t{log.ring.slotsPerFile}, used, oldest, newest, log.fileName(survey.next),
+               place.wrapped, count(survey.missing.size()), count(log.faulty.size()),
+               count(survey.hidden.size()), disk});
 }
 
 }  // namespace
 
 void info(Options const& options, Status& status) {
-    Table table(options.format, {{"directory", -16},
-                                 {"log", -14},
-                                 {"version", 7},
-                                 {"files", 5},
-                                 {"ring", 4},
-                                 {"slots", 5},
-                                 {"used", 9},
-                                 {"oldest", -27},
-                                 {"newest", -27},
-                                 {"writing", -24},
-                                 {"wrapped", -7},
-                                 {"disk", 11}});
+    Table table(options.format,
+                {{"directory", -9},
+                 {"log", -12},
+                 {"format_version", 7},
+                 {"files", 5},
+                 {"ring_files", 10},
+                 {"slots", 5},
+                 {"used", 9},
+                 {"oldest", -27},
+                 {"newest", -27},
+                 {"next_file", -9},
+                 {"wrapped", -7},
+                 {"missing", 7},
+                 {"unfit", 5},
+                 {"hidden", 6},
+                 {"disk_bytes", 10}},
+                Table::Widths::Fitted);
     for (std::string const& path : options.paths) {
         try {
-            for (AnyLog const& any : findLogs(path)) {
-                std::visit([&](auto const& log) { describe(log, table, status); }, any);
+            for (AnyLog const& any : findLogs(path, status)) {
+                std::visit([&](auto const& log) { describe(log, options.zone, table, status); },
+                           any);
             }
         } catch (CantRead const& failure) {
             status.complain(Unreadable, failure.what());

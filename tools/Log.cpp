@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <thread>
 
 namespace ZEB::tool {
 
@@ -13,22 +15,34 @@ namespace {
 
 using Paths = std::map<int, std::string>;
 
-// What most of the files say; 0 when none has a header of the kind.
-template <class Kind>
-int slotsPerFile(Paths const& paths) {
-    std::map<int, int> votes;
-    for (auto const& [index, path] : paths) {
-        auto const header = headerAt(path);
-        if (header && sameFamily(*header, LogFile<Kind>::Ops::header(0)) &&
-            header->recordCount > 0) {
-            ++votes[header->recordCount];
+// How often each number of slots was found.
+using Votes = std::map<int, int>;
+
+int winnerOf(Votes const& votes) {
+    int winner = 0;
+    int most = 0;
+    for (auto const& [slots, number] : votes) {
+        if (slots > 0 && number >= most) {
+            winner = slots;
+            most = number;
         }
     }
-    int slots = 0;
-    for (auto const& [count, number] : votes) {
-        if (slots == 0 || number >= votes[slots]) slots = count;
+    return winner;
+}
+
+// What most of the files say, or, when none has a header of the kind, have.
+template <class Kind>
+int slotsPerFile(Paths const& paths) {
+    Votes said;
+    Votes had;
+    for (auto const& [index, path] : paths) {
+        auto const header = headerAt(path);
+        bool const isKind = header && sameFamily(*header, LogFile<Kind>::Ops::header(0));
+        if (isKind) ++said[header->recordCount];
+        ++had[slotsIn(path, LogFile<Kind>::RecordSize)];
     }
-    return slots;
+    int const slots = winnerOf(said);
+    return slots > 0 ? slots : winnerOf(had);
 }
 
 template <class Kind>
@@ -38,11 +52,12 @@ Log<Kind> makeLog(std::string const& directory, std::string const& version, Path
     log.version = version;
     int const slots = slotsPerFile<Kind>(paths);
     log.ring = {slots > SmallStorageSlots ? Kind::Files : Kind::SmallFiles, slots};
-    for (auto const& [index, path] : paths) {
-        LogFile<Kind> const file(index, path, slots);
-        if (file.fault()) log.faulty[index] = {path, *file.fault()};
+    for (auto it = paths.begin(); it != paths.end();) {
+        LogFile<Kind> const file(it->first, it->second, slots);
+        bool const isGone = file.fault() && !exists(it->second.c_str());
+        if (file.fault() && !isGone) log.faulty[it->first] = {it->second, *file.fault()};
+        it = file.fault() ? paths.erase(it) : std::next(it);
     }
-    for (auto const& [index, file] : log.faulty) paths.erase(index);
     log.paths = std::move(paths);
     return log;
 }
@@ -106,18 +121,66 @@ std::vector<AnyLog> singleFile(std::string const& path) {
 
 }  // namespace
 
-std::vector<AnyLog> findLogs(std::string const& path) {
+FoundLogs findLogs(std::string const& path) {
+    FoundLogs found;
     std::error_code failed;
     fs::file_status const status = fs::status(path, failed);
     if (!fs::exists(status)) throw CantRead(path + ": " + std::strerror(failed.value()));
-    if (!fs::is_directory(status)) return singleFile(path);
-    std::vector<AnyLog> logs;
-    addLogsIn(path, logs);
-    for (char const* below : {"/data", "/settings"}) {
-        if (fs::is_directory(path + below, failed)) addLogsIn(path + below, logs);
+    if (!fs::is_directory(status)) {
+        found.logs = singleFile(path);
+    } else {
+        addLogsIn(path, found.logs);
+        for (char const* below : {"/data", "/settings"}) {
+            try {
+                fs::file_status const inner = fs::status(path + below, failed);
+                if (inner.type() == fs::file_type::none) {
+                    throw CantRead(path + below + ": " + failed.message());
+                }
+                if (fs::is_directory(inner)) addLogsIn(path + below, found.logs);
+            } catch (CantRead const& failure) {
+                found.unreadable.emplace_back(failure.what());
+            }
+        }
+        if (found.logs.empty() && found.unreadable.empty()) throw CantRead(path + ": no log files");
     }
-    if (logs.empty()) throw CantRead(path + ": no log files");
-    return logs;
+    for (AnyLog& any : found.logs) {
+        std::visit([&](auto& log) { log.origin = path; }, any);
+    }
+    return found;
+}
+
+namespace {
+
+enum class Faults { None, Some, OfNewFiles };
+
+Faults faultsOf(std::vector<AnyLog> const& logs) {
+    Faults faults = Faults::None;
+    for (AnyLog const& any : logs) {
+        std::visit(
+            [&](auto const& log) {
+                for (auto const& [index, file] : log.faulty) {
+                    faults = std::max(faults, file.fault.isNew ? Faults::OfNewFiles : Faults::Some);
+                }
+            },
+            any);
+    }
+    return faults;
+}
+
+}  // namespace
+
+std::vector<AnyLog> findLogs(std::string const& path, Status& status) {
+    constexpr int MostLooks = 50;
+    constexpr std::chrono::milliseconds Pause{20};
+    FoundLogs found = findLogs(path);
+    for (int looks = 1; looks < MostLooks; ++looks) {
+        Faults const faults = faultsOf(found.logs);
+        if (faults == Faults::None || (faults == Faults::Some && looks > 1)) break;
+        std::this_thread::sleep_for(Pause);
+        found = findLogs(path);
+    }
+    for (std::string const& cause : found.unreadable) status.complain(Unreadable, cause);
+    return std::move(found.logs);
 }
 
 }  // namespace ZEB::tool

@@ -22,10 +22,12 @@ struct FaultyFile {
 // The files of one log, found by their names or given as a single file.
 template <class Kind>
 struct Log {
+    std::string origin;  // the path that it was found at
     std::string directory;
-    std::string version;  // the software version in the names, where they hold one
-    bool single = false;  // a file looked at alone, as file 0 of a ring of one
-    int shownIndex = 0;   // the index in its name
+    std::string version;   // the software version in the names, where they hold one
+    bool single = false;   // a file looked at alone, as file 0 of a ring of one
+    bool isUnfit = false;  // a single file whose slots are read whatever its header says
+    int shownIndex = 0;    // the index in its name
     Ring ring{1, 0};
     std::map<int, std::string> paths;  // the sound files, by file index
     std::map<int, FaultyFile> faulty;
@@ -33,11 +35,15 @@ struct Log {
     std::string name() const {
         return version.empty() ? Kind::Name : std::string(Kind::Name) + ' ' + version;
     }
-    std::string fileName(int index) const {
+    std::string filePath(int index) const {
         auto const sound = paths.find(index);
+        if (sound != paths.end()) return sound->second;
         auto const unfit = faulty.find(index);
-        if (sound == paths.end() && unfit == faulty.end()) return Kind::format({version, index});
-        std::string const& path = sound != paths.end() ? sound->second : unfit->second.path;
+        if (unfit != faulty.end()) return unfit->second.path;
+        return directory + '/' + Kind::format({version, index});
+    }
+    std::string fileName(int index) const {
+        std::string const path = filePath(index);
         return path.substr(path.rfind('/') + 1);
     }
     bool isRing() const { return ring.files > 1; }
@@ -50,7 +56,8 @@ struct Log {
     std::shared_ptr<LogFile<Kind>> open(int index) const {
         auto const found = paths.find(index);
         if (found == paths.end()) return nullptr;
-        auto file = std::make_shared<LogFile<Kind>>(index, found->second, ring.slotsPerFile);
+        auto file = std::make_shared<LogFile<Kind>>(index, found->second, ring.slotsPerFile,
+                                                    isUnfit ? Check::None : Check::Sound);
         return file->fault() ? nullptr : file;
     }
 
@@ -63,20 +70,60 @@ struct Log {
         }
         return nullptr;
     }
-
-    void complainOfFaults(Status& status) const {
-        for (auto const& [index, file] : faulty) {
-            status.complain(file.fault.unreadable ? Unreadable : Damage,
-                            file.path + ": " + file.fault.cause);
-        }
-    }
 };
 
 using AnyLog = std::variant<Log<EventKind>, Log<LampKind>, Log<MeasurementKind>>;
 
+struct FoundLogs {
+    std::vector<AnyLog> logs;
+    std::vector<std::string> unreadable;  // directories, and why so
+};
+
 // The logs in a directory (or in its data and settings directories), or the file
 // at path; throws CantRead when there is none.
-std::vector<AnyLog> findLogs(std::string const& path);
+FoundLogs findLogs(std::string const& path);
+
+// The same, with what is unreadable complained of, and a second look at unfit files: a
+// log that is being written makes new ones, which have no header for a moment.
+std::vector<AnyLog> findLogs(std::string const& path, Status& status);
+
+// The files as they are now; none when the log is no longer there.
+template <class Kind>
+Log<Kind> lookAgain(Log<Kind> const& log) {
+    try {
+        for (AnyLog& any : findLogs(log.origin).logs) {
+            auto* const found = std::get_if<Log<Kind>>(&any);
+            bool const isSame = found != nullptr && found->directory == log.directory &&
+                                found->version == log.version;
+            if (isSame) return std::move(*found);
+        }
+    } catch (CantRead const&) {
+        // Its directory may be gone for a moment, too.
+    }
+    Log<Kind> gone = log;
+    gone.paths.clear();
+    gone.faulty.clear();
+    return gone;
+}
+
+// Each unfit file as a log of its own, with the slots that it still has.
+template <class Kind>
+std::vector<Log<Kind>> unfitFiles(Log<Kind> const& log) {
+    std::vector<Log<Kind>> files;
+    for (auto const& [index, faulty] : log.faulty) {
+        int slots = slotsIn(faulty.path, LogFile<Kind>::RecordSize);
+        if (log.ring.slotsPerFile > 0) slots = std::min(slots, log.ring.slotsPerFile);
+        if (slots == 0) continue;
+        Log<Kind> file = log;
+        file.single = file.isUnfit = true;
+        file.shownIndex += index;
+        file.ring = {1, slots};
+        file.paths = {{0, faulty.path}};
+        file.faulty.clear();
+        files.push_back(std::move(file));
+    }
+    return files;
+}
 
 inline std::string pointerPath(std::string const& directory) {
     return directory + std::string(PointerPathFormat + 2);

@@ -4,25 +4,23 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "Kinds.h"
 #include "OpenSound.h"
-#include "Progress.h"
 #include "Status.h"
 #include "files/SlotFileOps.h"
 
 namespace ZEB::tool {
 
+enum class Check { Sound, None };
+
 // A file of a log as the log's own file class sees it, but opened for reading
 // only: never made, never repaired. One that is not sound stays closed and looks
-// empty.
+// empty, unless it is opened without a check.
 template <class Kind>
 class LogFile {
   public:
@@ -35,10 +33,12 @@ class LogFile {
     // Stands for a file that is missing.
     explicit LogFile(int index) : mFileIndex(index) {}
 
-    LogFile(int index, std::string path, int slots)
+    LogFile(int index, std::string path, int slots, Check check = Check::Sound)
         : mFileIndex(index), mPath(std::move(path)), mSlots(slots) {
         char slot0[RecordSize];
-        mFd = openSound(mPath, Ops::header(static_cast<std::uint16_t>(slots)), slot0, mFault);
+        mFd = check == Check::Sound
+                  ? openSound(mPath, Ops::header(static_cast<std::uint16_t>(slots)), slot0, mFault)
+                  : openUnfit(mPath, RecordSize, slot0);
         if (mFd == -1) return;
         mFirstRecord.deserialize(SlotStream::ofThread().over(slot0, sizeof slot0));
         mValidRecordCount = mFirstRecord.isValid() ? 1 : 0;
@@ -74,7 +74,10 @@ class LogFile {
     Record readRecord(int slot) { return Ops::read(*this, slot); }
 
     // Has the disk go on to this file while another one is looked at.
-    void announce() const { posix_fadvise(mFd, 0, 0, POSIX_FADV_WILLNEED); }
+    void announce() const {
+        constexpr off_t Beginning = 1 << 20;  // the system reads ahead from there
+        posix_fadvise(mFd, 0, Beginning, POSIX_FADV_WILLNEED);
+    }
 
     // The bytes of count slots; ends the command when they can't be read.
     void readBytes(int slot, int count, char* bytes) const {
@@ -104,62 +107,6 @@ class LogFile {
     int mValidRecordCount = 0;
     int mRecentRecordIndex = -1;
     Record mRecentRecord;
-};
-
-// Reads runs of slots in large blocks and hands over record after record.
-class SlotReader {
-  public:
-    explicit SlotReader(Progress& progress) : mProgress(progress), mBytes(new char[BlockSize]) {}
-
-    // visit(slot, record) is called for each slot, used or not, until it returns
-    // false; the result is false, then.
-    template <class Kind, class Visit>
-    bool forward(LogFile<Kind> const& file, int first, int count, Visit const& visit) {
-        typename Kind::Record record;
-        SlotStream& in = SlotStream::ofThread();
-        int const end = first + count;
-        for (int slot = first; slot < end;) {
-            int const length = std::min(end - slot, blockSlots<Kind>());
-            file.readBytes(slot, length, mBytes.get());
-            mProgress.add(std::int64_t{length} * LogFile<Kind>::RecordSize);
-            char* bytes = mBytes.get();
-            for (int const blockEnd = slot + length; slot < blockEnd; ++slot) {
-                record.deserialize(in.over(bytes, LogFile<Kind>::RecordSize));
-                bytes += LogFile<Kind>::RecordSize;
-                if (!visit(slot, record)) return false;
-            }
-        }
-        return true;
-    }
-
-    template <class Kind, class Visit>
-    bool backward(LogFile<Kind> const& file, int first, int count, Visit const& visit) {
-        constexpr std::size_t Size = LogFile<Kind>::RecordSize;
-        typename Kind::Record record;
-        for (int end = first + count; end > first;) {
-            int const length = std::min(end - first, blockSlots<Kind>());
-            file.readBytes(end - length, length, mBytes.get());
-            mProgress.add(std::int64_t{length} * LogFile<Kind>::RecordSize);
-            for (int i = length; i-- > 0;) {
-                record.deserialize(SlotStream::ofThread().over(
-                    mBytes.get() + static_cast<std::size_t>(i) * Size, Size));
-                if (!visit(end - length + i, record)) return false;
-            }
-            end -= length;
-        }
-        return true;
-    }
-
-  private:
-    static constexpr std::size_t BlockSize = 1 << 18;
-
-    template <class Kind>
-    static constexpr int blockSlots() {
-        return static_cast<int>(BlockSize / LogFile<Kind>::RecordSize);
-    }
-
-    Progress& mProgress;
-    std::unique_ptr<char[]> mBytes;
 };
 
 }  // namespace ZEB::tool

@@ -4,8 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 
 namespace ZEB::tool {
 
@@ -60,18 +62,37 @@ int openSound(std::string const& path, FileHeader const& expected, char* slot0,
     int const fd = open(path.c_str(), OpenFlags);
     struct stat status {};
     if (fd == -1 || fstat(fd, &status) != 0) {
-        fault = Fault{true, std::strerror(errno)};
+        fault = Fault{true, std::strerror(errno), false};
     } else if (!S_ISREG(status.st_mode)) {
-        fault = Fault{true, "not a regular file"};
+        fault = Fault{true, "not a regular file", false};
     } else if (expected.recordCount > 0 &&
                checkFile(fd, expected, fileSize, slot0) == HeaderCheck::Accepted) {
         posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
         return fd;
     } else {
-        fault = Fault{false, causeOf(headerAt(path), expected, status.st_size, fileSize)};
+        auto const header = headerAt(path);
+        // The number of slots is written last.
+        bool const isNew = !header || header->recordCount == 0;
+        fault = Fault{false, causeOf(header, expected, status.st_size, fileSize), isNew};
     }
     if (fd != -1) close(fd);
     return -1;
+}
+
+int openUnfit(std::string const& path, std::uint16_t recordSize, char* slot0) {
+    int const fd = open(path.c_str(), OpenFlags);
+    if (fd != -1 && pread(fd, slot0, recordSize, HeaderSize) == ssize_t{recordSize}) return fd;
+    if (fd != -1) close(fd);
+    return -1;
+}
+
+int slotsIn(std::string const& path, std::uint16_t recordSize) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+    std::int64_t const slots =
+        (std::int64_t{status.st_size} - std::int64_t{HeaderSize}) / recordSize;
+    constexpr std::int64_t Most = std::numeric_limits<std::uint16_t>::max();
+    return static_cast<int>(std::clamp<std::int64_t>(slots, 0, Most));
 }
 
 }  // namespace ZEB::tool

@@ -41,15 +41,6 @@ std::optional<int> pointedFile(Log<Kind> const& log) {
     return found ? std::optional(index) : std::nullopt;
 }
 
-// A file behind which the log itself does not look, since it is the last, and yet
-// file 0 is newer.
-template <class Kind>
-bool isRefuted(Log<Kind> const& log, LogFile<Kind> const& named) {
-    auto const start = log.open(0);
-    return named.mFileIndex == log.ring.files - 1 && start &&
-           factsOf(*start).firstTime > factsOf(named).firstTime;
-}
-
 template <class Kind>
 NamedFile stateOfNamed(Log<Kind> const& log, LogFile<Kind> const& named, bool& byModification) {
     auto const unfit = log.faulty.find(named.mFileIndex);
@@ -59,6 +50,19 @@ NamedFile stateOfNamed(Log<Kind> const& log, LogFile<Kind> const& named, bool& b
     bool const begun =
         modifiedSincePointer(named.path().c_str(), pointerPath(log.directory).c_str());
     return begun ? NamedFile::Begun : NamedFile::NotBegun;
+}
+
+// Whether files with newer records show that a pointer's file is not the one being
+// written, though the log itself would go on with it: the last one, after which it does
+// not look, or one that has not been begun.
+template <class Kind>
+bool isRefuted(Log<Kind> const& log, LogFile<Kind> const& named) {
+    bool const isLast = named.mFileIndex == log.ring.files - 1;
+    auto const next = isLast ? log.open(0) : log.openFrom(named.mFileIndex + 1);
+    if (!next || factsOf(*next).firstTime < factsOf(named).firstTime) return false;
+    bool looked = false;
+    return isLast ? factsOf(*next).firstTime > factsOf(named).firstTime
+                  : stateOfNamed(log, named, looked) != NamedFile::Begun;
 }
 
 // Goes the way of the log's own start, with nothing made, moved or restored.

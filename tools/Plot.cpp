@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "Fields.h"
 #include "Select.h"
+#include "Survey.h"
 
 namespace ZEB::tool {
 
@@ -38,32 +39,29 @@ void add(std::map<std::int64_t, Extremes>& curve, std::int64_t stretch, Point co
 }
 
 template <class Kind>
-Curves collect(Log<Kind> const& log, Options const& options) {
+Curves collect(Log<Kind> const& log, Options const& options, Status& status) {
     auto const spans = spansOf(log, findPlace(log, Gaps::AreSkipped));
     Progress progress(log.bytes());
-    SlotReader reader(progress);
-    auto const firstTime = [&](bool backward) {
-        std::int64_t seconds = 0;
-        forEachRecord(log, spans, options.filter, backward, reader,
-                      [&](int, int, auto const& record) {
-                          seconds = record.timeStamp().seconds();
-                          return false;
-                      });
-        return seconds;
+    auto const cursor = [&](Order order) {
+        return Cursor<Kind>(log, spans, {options.filter, order, progress, status});
     };
-    std::int64_t const from = firstTime(false);
-    std::int64_t const width = std::max<std::int64_t>(1, (firstTime(true) - from) / Stretches);
+    auto const firstTime = [&](Order order) {
+        Cursor<Kind> first = cursor(order);
+        return first.next() ? std::int64_t{first.record().timeStamp().seconds()} : 0;
+    };
+    std::int64_t const from = firstTime(Order::OldestFirst);
+    std::int64_t const width =
+        std::max<std::int64_t>(1, (firstTime(Order::NewestFirst) - from) / Stretches);
     Curves curves;
-    forEachRecord(log, spans, options.filter, false, reader, [&](int, int, auto const& record) {
-        std::int64_t const time = record.timeStamp().seconds();
-        drawRecord(record, [&](std::string const& name, double value) {
+    for (Cursor<Kind> all = cursor(Order::OldestFirst); all.next();) {
+        std::int64_t const time = all.record().timeStamp().seconds();
+        drawRecord(all.record(), [&](std::string const& name, double value) {
             bool const isMeant = options.curve.empty() || name == options.curve;
             if (isMeant && std::isfinite(value)) {
                 add(curves[name], (time - from) / width, {time, value});
             }
         });
-        return true;
-    });
+    }
     return curves;
 }
 
@@ -120,15 +118,17 @@ void draw(Curves const& curves, std::string const& image, std::string const& tit
 }  // namespace
 
 void plot(Options const& options, Status& status) {
-    AnyLog const chosen = chosenLog(options);
+    auto const logs = chosenLogs(options, status);
+    if (logs.empty()) return;
+    AnyLog const& chosen = logs.front();
     if (std::holds_alternative<Log<EventKind>>(chosen)) {
         throw WrongUsage("events have no values to plot");
     }
     Curves curves;
     std::visit(
         [&](auto const& log) {
-            log.complainOfFaults(status);
-            curves = collect(log, options);
+            complainOfLosses(log, Advice::None, status);
+            curves = collect(log, options, status);
         },
         chosen);
     if (curves.empty()) throw CantRead("nothing to plot in " + options.paths.front());

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <algorithm>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "Filter.h"
 #include "Place.h"
+#include "SlotReader.h"
 
 namespace ZEB::tool {
 
-// Whether the first and last record of a span tell that none of it is meant.
+// Whether the first and last record of a span show that no record of it falls in
+// the period.
 template <class Kind>
 bool liesOutside(LogFile<Kind>& file, Span const& span, Period const& period) {
     auto const first = file.readRecord(span.first);
@@ -18,49 +23,66 @@ bool liesOutside(LogFile<Kind>& file, Span const& span, Period const& period) {
     return from <= to && (to < period.since || from > period.until);
 }
 
-// Calls visit(file index, slot, record) for each record that the filter means, in the
-// order of the spans or against it, until it returns false; the result is false,
-// then.
-template <class Kind, class Visit>
-bool forEachRecord(Log<Kind> const& log, std::vector<Span> const& spans, Filter const& filter,
-                   bool backward, SlotReader& reader, Visit const& visit) {
-    for (std::size_t i = 0; i < spans.size(); ++i) {
-        Span const& span = spans[backward ? spans.size() - 1 - i : i];
-        auto const file = log.open(span.file);
-        if (!file || span.count == 0 || liesOutside(*file, span, filter.period)) continue;
-        auto const visitMeant = [&](int slot, auto const& record) {
-            bool const meant = record.isValid() && filter.matches(record);
-            return !meant || visit(span.file, slot, record);
-        };
-        bool const goOn = backward ? reader.backward(*file, span.first, span.count, visitMeant)
-                                   : reader.forward(*file, span.first, span.count, visitMeant);
-        if (!goOn) return false;
-    }
-    return true;
-}
+// How records are read: which ones, in what order, who is told.
+struct Reading {
+    Filter const& filter;
+    Order order;
+    Progress& progress;
+    Status& status;
+    std::size_t blockSize = LargeBlock;
+};
 
-// Cuts the spans to their newest count records.
+// Goes through the records of a log that a filter means, in the order of the spans
+// or against it. What can't be read is complained of and left out.
 template <class Kind>
-std::vector<Span> newestOf(Log<Kind> const& log, std::vector<Span> spans, Filter const& filter,
-                           long count, SlotReader& reader) {
-    if (count == 0) return {};
-    int firstFile = 0;
-    int firstSlot = 0;
-    bool const hasMore =
-        !forEachRecord(log, spans, filter, true, reader, [&](int file, int slot, auto const&) {
-            firstFile = file;
-            firstSlot = slot;
-            return --count > 0;
-        });
-    if (!hasMore) return spans;
-    auto const isFirst = [&](Span const& span) {
-        return span.file == firstFile && span.first <= firstSlot &&
-               firstSlot < span.first + span.count;
-    };
-    spans.erase(spans.begin(), std::find_if(spans.begin(), spans.end(), isFirst));
-    spans.front().count -= firstSlot - spans.front().first;
-    spans.front().first = firstSlot;
-    return spans;
-}
+class Cursor {
+    using Record = typename Kind::Record;
+
+  public:
+    Cursor(Log<Kind> const& log, std::vector<Span> spans, Reading const& reading)
+        : mLog(&log),
+          mSpans(std::move(spans)),
+          mReading(reading),
+          mReader(reading.progress, reading.blockSize) {
+        if (reading.order == Order::NewestFirst) std::reverse(mSpans.begin(), mSpans.end());
+    }
+
+    bool next() {
+        for (;;) {
+            try {
+                while (mReader.next()) {
+                    if (record().isValid() && mReading.filter.matches(record())) return true;
+                }
+                if (mNext == mSpans.size()) return false;
+                begin(mSpans[mNext++]);
+            } catch (CantRead const& failure) {
+                mReading.status.complain(Unreadable, failure.what());
+            }
+        }
+    }
+
+    int file() const { return mFile; }
+    int slot() const { return mReader.slot(); }
+    Record const& record() const { return mReader.record(); }
+
+  private:
+    void begin(Span const& span) {
+        mFile = span.file;
+        auto const file = mLog->open(span.file);
+        if (!file) {
+            mReading.status.complain(Damage,
+                                     mLog->filePath(span.file) + ": changed while it was read");
+        } else if (span.count > 0 && !liesOutside(*file, span, mReading.filter.period)) {
+            mReader.begin(file, span.first, span.count, mReading.order);
+        }
+    }
+
+    Log<Kind> const* mLog;
+    std::vector<Span> mSpans;
+    Reading mReading;
+    SlotReader<Kind> mReader;
+    std::size_t mNext = 0;
+    int mFile = 0;
+};
 
 }  // namespace ZEB::tool

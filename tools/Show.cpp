@@ -1,8 +1,12 @@
 #include <unistd.h>
 
+#include <list>
+
 #include "Commands.h"
-#include "Fields.h"
-#include "Select.h"
+#include "Follow.h"
+#include "Merge.h"
+#include "Printer.h"
+#include "Survey.h"
 
 namespace ZEB::tool {
 
@@ -10,151 +14,91 @@ namespace {
 
 constexpr unsigned PollMicroseconds = 200000;
 
-// Prints the records of one log.
 template <class Kind>
-class Printer {
-    using Record = typename Kind::Record;
-
-  public:
-    Printer(Format format, bool endless) : mTable(format, headings(), endless) {}
-
-    void print(int file, int slot, Record const& record) {
-        std::vector<Json> cells{file, slot};
-        for (Field<Record> const& field : fieldsOf<Record>()) cells.push_back(field.value(record));
-        mTable.row(cells);
-    }
-    void end() { mTable.end(); }
-
-  private:
-    static std::vector<Heading> headings() {
-        std::vector<Heading> headings{{"file", 4}, {"slot", 5}};
-        for (Field<Record> const& field : fieldsOf<Record>()) headings.push_back(field.heading);
-        return headings;
-    }
-
-    Table mTable;
-};
-
-// Looks again and again behind the last record seen. A slot there that was unused
-// before holds a new record whatever its time; in a ring's second round the old
-// record there is told from a new one by its key alone.
-template <class Kind>
-class Follower {
-    using Record = typename Kind::Record;
-
-  public:
-    Follower(std::string const& path, Log<Kind> log, Place<Kind> const& place)
-        : mPath(path), mLog(std::move(log)) {
-        if (!place.current) return;
-        mFile = place.current->mFileIndex;
-        mSlot = place.newestSlot();
-        mLast = place.current->recentRecord();
-    }
-
-    template <class Visit>
-    void visitNew(Visit const& visit) {
-        if (wasCleared()) restart();
-        for (;;) {
-            bool const nextFile = mSlot + 1 >= mLog.ring.slotsPerFile;
-            int const file = nextFile ? (mFile + 1) % mLog.ring.files : mFile;
-            int const slot = nextFile ? 0 : mSlot + 1;
-            Record const record = readAt(file, slot);
-            bool const isNew =
-                record.isValid() && (mSeenUnused || recordKey(record) >= recordKey(mLast));
-            if (!isNew) {
-                mSeenUnused = !record.isValid();
-                return;
-            }
-            if (nextFile) mSeenUnused = false;
-            mFile = file;
-            mSlot = slot;
-            mLast = record;
-            visit(file, slot, record);
-        }
-    }
-
-  private:
-    Record readAt(int index, int slot) {
-        std::string const path = mLog.single ? mPath : mLog.directory + '/' + mLog.fileName(index);
-        if (!mOpen || mOpen->mFileIndex != index) {
-            mOpen = std::make_unique<LogFile<Kind>>(index, path, mLog.ring.slotsPerFile);
-        }
-        if (!mOpen->fault()) return slot == 0 ? reopened(index, path) : mOpen->readRecord(slot);
-        mOpen.reset();
-        return {};
-    }
-
-    // Slot 0 is answered from what was read when the file was opened.
-    Record reopened(int index, std::string const& path) {
-        mOpen = std::make_unique<LogFile<Kind>>(index, path, mLog.ring.slotsPerFile);
-        return mOpen->mFirstRecord;
-    }
-
-    // The last record's file was removed, moved away or made anew.
-    bool wasCleared() {
-        if (mSlot < 0) return false;
-        mOpen.reset();
-        Record const last = readAt(mFile, mSlot);
-        return !last.isValid();
-    }
-
-    void restart() {
-        mFile = 0;
-        mSlot = -1;
-        mSeenUnused = true;
-    }
-
-    std::string mPath;
-    Log<Kind> mLog;
-    std::unique_ptr<LogFile<Kind>> mOpen;
-    int mFile = 0;
-    int mSlot = -1;
-    Record mLast;
-    bool mSeenUnused = false;
-};
+using Sources = std::vector<Source<Kind>>;
 
 template <class Kind>
-void showLog(Log<Kind> const& log, Options const& options, Status& status) {
-    options.filter.requireFieldsOf(Kind::Name);
-    log.complainOfFaults(status);
-    Place<Kind> const place = findPlace(log, Gaps::AreSkipped);
-    Progress progress(log.bytes(), isatty(STDOUT_FILENO) != 0);
-    SlotReader reader(progress);
-    std::vector<Span> spans = spansOf(log, place);
-    if (options.follow && place.current) {
-        // What is written meanwhile is left to the follower.
-        for (Span& span : spans) {
-            if (span.file == place.current->mFileIndex && span.first == 0) {
-                span.count = place.newestSlot() + 1;
+Sources<Kind> sourcesOf(std::vector<Log<Kind>> const& logs, Options const& options,
+                        Status& status) {
+    Sources<Kind> sources;
+    for (Log<Kind> const& log : logs) {
+        complainOfLosses(log, options.damaged ? Advice::None : Advice::ShowDamaged, status);
+        Source<Kind>& source = sources.emplace_back(log);
+        if (options.follow && source.place.current) {
+            // What is written meanwhile is left to the follower.
+            for (Span& span : source.spans) {
+                if (span.file == source.place.current->mFileIndex && span.first == 0) {
+                    span.count = source.place.newestSlot() + 1;
+                }
             }
         }
+        if (!options.damaged) continue;
+        for (Log<Kind>& file : unfitFiles(log)) sources.emplace_back(std::move(file));
     }
-    if (options.newest >= 0) {
-        spans = newestOf(log, std::move(spans), options.filter, options.newest, reader);
+    return sources;
+}
+
+template <class Kind>
+std::int64_t bytesOf(Sources<Kind> const& sources) {
+    std::int64_t bytes = 0;
+    for (auto const& source : sources) bytes += source.log.bytes();
+    return bytes;
+}
+
+// The records are read for their columns, then once more to print them.
+template <class Kind>
+ValueColumns valueColumns(Sources<Kind> const& sources, Reading const& reading) {
+    ValueColumns columns;
+    if constexpr (std::is_same_v<Kind, MeasurementKind>) {
+        for (auto const& source : sources) {
+            Cursor<Kind> cursor(source.log, source.spans, reading);
+            while (cursor.next()) columns.makeRoom(cursor.record());
+        }
     }
-    Printer<Kind> printer(options.format, options.follow);
-    auto const print = [&](int file, int slot, auto const& record) {
-        printer.print(log.shownIndex + file, slot, record);
-        return true;
-    };
-    forEachRecord(log, spans, options.filter, options.reverse, reader, print);
-    printer.end();
-    if (!options.follow) return;
-    Follower<Kind> follower(options.paths.front(), log, place);
+    return columns;
+}
+
+template <class Kind>
+void follow(Sources<Kind> const& sources, Filter const& filter, Printer<Kind>& printer) {
+    std::list<Follower<Kind>> followers;
+    for (auto const& source : sources) {
+        if (!source.log.isUnfit) followers.emplace_back(source.log, source.place);
+    }
     while (std::fflush(stdout) == 0) {
         usleep(PollMicroseconds);
-        follower.visitNew([&](int file, int slot, auto const& record) {
-            if (options.filter.matches(record)) print(file, slot, record);
-        });
+        for (auto& follower : followers) {
+            follower.visitNew([&](auto const& log, int file, int slot, auto const& record) {
+                if (filter.matches(record)) printer.print(log, file, slot, record);
+            });
+        }
     }
 }
 
-}  // namespace
+template <class Kind>
+void showLogs(std::vector<Log<Kind>> const& logs, Options const& options, Status& status) {
+    options.filter.requireFieldsOf(Kind::Name);
+    Sources<Kind> sources = sourcesOf(logs, options, status);
+    bool const readTwice = Printer<Kind>::needsValueColumns(options);
+    Progress progress(bytesOf(sources) * (readTwice ? 2 : 1), isatty(STDOUT_FILENO) != 0);
+    Order const order = options.reverse ? Order::NewestFirst : Order::OldestFirst;
+    Reading const reading{options.filter, order, progress, status};
+    if (options.newest >= 0) cutToNewest(sources, options.newest, reading);
+    ValueColumns columns;
+    if (readTwice) columns = valueColumns(sources, reading);
+    Printer<Kind> printer(options, std::move(columns), status);
+    for (Merge<Kind> merge(sources, reading); merge.next();) {
+        auto const& cursor = merge.cursor();
+        printer.print(sources[merge.source()].log, cursor.file(), cursor.slot(), cursor.record());
+    }
+    printer.end();
+    if (options.follow) follow(sources, options.filter, printer);
+}
 
-AnyLog chosenLog(Options const& options) {
+// The one log of a path that the options mean.
+AnyLog chosenLog(std::string const& path, Options const& options, Status& status) {
     std::vector<AnyLog> chosen;
     std::string names;
-    for (AnyLog& any : findLogs(options.paths.front())) {
+    for (AnyLog& any : findLogs(path, status)) {
         std::visit(
             [&](auto const& log) {
                 std::string const name = log.name();
@@ -166,13 +110,40 @@ AnyLog chosenLog(Options const& options) {
             any);
     }
     if (chosen.size() == 1) return std::move(chosen.front());
-    std::string const held = options.paths.front() + " holds " + names;
+    std::string const held = path + " holds " + (names.empty() ? "no log" : names);
     throw WrongUsage(chosen.empty() ? held + ", not " + options.log
                                     : held + ": choose one with --log");
 }
 
+}  // namespace
+
+std::vector<AnyLog> chosenLogs(Options const& options, Status& status) {
+    std::vector<AnyLog> logs;
+    for (std::string const& path : options.paths) {
+        try {
+            logs.push_back(chosenLog(path, options, status));
+        } catch (CantRead const& failure) {
+            status.complain(Unreadable, failure.what());
+        } catch (WrongUsage const& wrong) {
+            status.complain(Usage, wrong.what());
+        }
+        if (!logs.empty() && logs.back().index() != logs.front().index()) {
+            throw WrongUsage("the paths hold different logs: choose one with --log");
+        }
+    }
+    return logs;
+}
+
 void show(Options const& options, Status& status) {
-    std::visit([&](auto const& log) { showLog(log, options, status); }, chosenLog(options));
+    std::vector<AnyLog> logs = chosenLogs(options, status);
+    forEachKind([&](auto kind) {
+        using Kind = decltype(kind);
+        std::vector<Log<Kind>> ofKind;
+        for (AnyLog& any : logs) {
+            if (auto* const log = std::get_if<Log<Kind>>(&any)) ofKind.push_back(std::move(*log));
+        }
+        if (!ofKind.empty()) showLogs(ofKind, options, status);
+    });
 }
 
 }  // namespace ZEB::tool

@@ -1,39 +1,51 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <cstdint>
 #include <string>
+#include <utility>
+#include <variant>
 #include <vector>
 
 namespace ZEB::tool {
 
-using Json = nlohmann::ordered_json;
+enum class Format { Aligned, Tsv, Csv, Json, JsonLines };
 
-enum class Format { Aligned, Tsv, Csv, Objects };
+// Without a value: an empty field, JSON's null.
+using Cell = std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string>;
+
+using NamedCell = std::pair<std::string, Cell>;
 
 struct Heading {
-    char const* name;
+    std::string name;
     int width;  // of an aligned column; negative: aligned at the left
 };
 
 // Rows on standard output, each written at once, so that any number of them takes
-// no memory. But for CSV, control characters become escapes.
+// no memory.
 class Table {
   public:
-    // endless: no brackets around the rows of JSON, which nobody would close.
-    Table(Format format, std::vector<Heading> headings, bool endless = false);
+    enum class Widths { Given, Fitted };  // fitted: aligned rows wait for the last one
 
-    void row(std::vector<Json> const& cells);
+    Table(Format format, std::vector<Heading> headings, Widths widths = Widths::Given);
+
+    // more: what only this row has, which JSON alone can show.
+    void row(std::vector<Cell> const& cells, std::vector<NamedCell> const& more = {});
     void end();
 
   private:
-    void separated(std::vector<std::string> const& texts);
-    void aligned(std::vector<std::string> const& texts);
-    void object(std::vector<Json> const& cells);
+    void textRow(std::vector<std::string> const& texts);
+    void align(std::vector<std::string> const& texts);
+    void appendField(Cell const& cell);
+    void appendObject(std::vector<Cell> const& cells, std::vector<NamedCell> const& more);
+    void appendMember(std::string const& name, Cell const& cell);
+    void write();
 
     Format mFormat;
     std::vector<Heading> mHeadings;
-    bool mEndless;
+    Widths mWidths;
     bool mEmpty = true;
+    std::string mLine;
+    std::vector<std::vector<std::string>> mWaiting;
 };
 
 }  // namespace ZEB::tool

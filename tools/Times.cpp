@@ -13,7 +13,6 @@ namespace ZEB::tool {
 namespace {
 
 constexpr std::int64_t DaySeconds = 86400;
-constexpr std::uint32_t MaxMicroseconds = 999999;
 
 std::tm brokenDown(std::int64_t seconds) {
     std::time_t const time{seconds};

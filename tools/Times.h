@@ -30,6 +30,8 @@ constexpr char const* TimeExamples =
 // - now; today and yesterday, which begin at midnight UTC.
 std::optional<std::int64_t> parseTime(std::string const& text);
 
+constexpr std::uint32_t MaxMicroseconds = 999999;
+
 enum class Zone { Utc, Record };
 
 // With an offset: Z, or the record's own. A fraction that is none (microseconds

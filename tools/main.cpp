@@ -1,8 +1,13 @@
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
-#include <map>
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
 
 #include "Commands.h"
 #include "ParsedOption.h"
+#include "Usage.h"
 
 namespace {
 
@@ -16,13 +21,21 @@ void addPaths(CLI::App& command, Options& options, bool several) {
 }
 
 void addFormat(CLI::App& command, Options& options) {
-    static std::map<std::string, Format> const formats = {{"table", Format::Aligned},
-                                                          {"tsv", Format::Tsv},
-                                                          {"csv", Format::Csv},
-                                                          {"json", Format::Objects}};
-    command.add_option("--format", options.format, "table (the default), tsv, csv or json")
-        ->transform(CLI::CheckedTransformer(formats).description(""))
-        ->type_name("FORMAT");
+    addParsed(command, "--format", "FORMAT", "table (the default), tsv, csv, json or jsonl",
+              "table, tsv, csv, json or jsonl", [&options](std::string const& text) {
+                  static std::pair<char const*, Format> const formats[] = {
+                      {"table", Format::Aligned},
+                      {"tsv", Format::Tsv},
+                      {"csv", Format::Csv},
+                      {"json", Format::Json},
+                      {"jsonl", Format::JsonLines}};
+                  for (auto const& [name, format] : formats) {
+                      if (text != name) continue;
+                      options.format = format;
+                      return true;
+                  }
+                  return false;
+              });
 }
 
 void addLog(CLI::App& command, Options& options) {
@@ -34,53 +47,88 @@ void addLog(CLI::App& command, Options& options) {
 }
 
 void addPeriod(CLI::App& command, Options& options) {
-    auto const add = [&](char const* name, std::string const& help, std::int64_t& bound) {
-        addParsed(command, name, "TIME", help + ": " + TimeExamples,
-                  std::string("a time such as ") + TimeExamples, [&bound](std::string const& text) {
-                      auto const time = parseTime(text);
-                      if (time) bound = *time;
-                      return time.has_value();
-                  });
+    std::string const allowed = std::string("a time such as ") + TimeExamples;
+    auto const add = [&](char const* name, char const* help, std::int64_t& bound) {
+        addParsed(command, name, "TIME", help, allowed, [&bound](std::string const& text) {
+            auto const time = parseTime(text);
+            if (time) bound = *time;
+            return time.has_value();
+        });
     };
     add("--since", "Records from this time on", options.filter.period.since);
     add("--until", "Records up to this time, included", options.filter.period.until);
+    command.footer(std::string("TIME: ") + TimeExamples);
+}
+
+void addZone(CLI::App& command, Options& options) {
+    auto* const local = command.add_flag_callback(
+        "--local", [&options] { options.zone = Zone::Record; },
+        "Print times with each record's own UTC offset");
+    command
+        .add_flag_callback(
+            "--utc", [] {}, "Print times in UTC (the default)")
+        ->excludes(local);
+}
+
+void addDamaged(CLI::App& command, Options& options) {
+    command.add_flag("--damaged", options.damaged,
+                     "Read short files and those with a wrong header, too, as far as they go");
+}
+
+void addShow(CLI::App& command, Options& options) {
+    addFormat(command, options);
+    addLog(command, options);
+    addPeriod(command, options);
+    addFilter(command, options.filter);
+    addParsed(command, "-n", "N", "The newest N records only", "a number of records",
+              [&options](std::string const& text) {
+                  bool const isNumber = !text.empty() && text.size() < 10 &&
+                                        text.find_first_not_of("0123456789") == std::string::npos;
+                  if (isNumber) options.newest = std::stol(text);
+                  return isNumber;
+              });
+    addZone(command, options);
+    addDamaged(command, options);
+    auto* const reverse = command.add_flag("--reverse", options.reverse, "The newest first");
+    command
+        .add_flag("--follow", options.follow,
+                  "Go on with new records as they are written, after the newest 10 or N")
+        ->excludes(reverse);
+}
+
+void addPlot(CLI::App& command, Options& options) {
+    addLog(command, options);
+    addPeriod(command, options);
+    addParsed(command, "--image", "FORMAT", "svg (the default) or png", "svg or png",
+              [&options](std::string const& text) {
+                  options.image = text;
+                  return text == "svg" || text == "png";
+              });
+    command.add_option("--curve", options.curve, "One curve only, by its name in the key")
+        ->type_name("NAME");
 }
 
 using Command = void (*)(Options const&, Status&);
 
 void addCommands(CLI::App& app, Options& options, Command& chosen) {
-    auto const add = [&](char const* name, char const* help, Command run, bool several = false) {
+    auto const add = [&](char const* name, char const* help, Command run, bool several = true) {
         CLI::App* const command = app.add_subcommand(name, help);
         command->callback([&chosen, run] { chosen = run; });
         addPaths(*command, options, several);
         return command;
     };
-    addFormat(*add("info", "Tell what the logs hold and where they are being written", info, true),
-              options);
-    CLI::App& showing = *add("show", "Print records, the oldest first", show);
-    addFormat(showing, options);
-    addLog(showing, options);
-    addPeriod(showing, options);
-    addFilter(showing, options.filter);
-    showing.add_option("-n", options.newest, "The newest N records only")
-        ->check(CLI::Range(0L, 1000000000L).description(""))
-        ->type_name("N");
-    auto* const reverse = showing.add_flag("--reverse", options.reverse, "The newest first");
-    showing.add_flag("--follow", options.follow, "Go on with new records as they are written")
-        ->excludes(reverse);
-    addPeriod(*add("export", "Write measurements as the library's own export does", exportText),
-              options);
-    addFormat(*add("verify", "Read every slot and report damage; exit code 1 if there is any",
-                   verify, true),
-              options);
-    CLI::App& plotting = *add("plot", "Draw measurements or lamp statistics over time", plot);
-    addLog(plotting, options);
-    addPeriod(plotting, options);
-    plotting.add_option("--image", options.image, "svg (the default) or png")
-        ->check(CLI::IsMember({"svg", "png"}).description(""))
-        ->type_name("FORMAT");
-    plotting.add_option("--curve", options.curve, "One curve only, by its name in the key")
-        ->type_name("NAME");
+    CLI::App& telling = *add("info", "Tell what the logs hold and where they are written", info);
+    addFormat(telling, options);
+    addZone(telling, options);
+    addShow(*add("show", "Print records, the oldest first", show), options);
+    CLI::App& exporting =
+        *add("export", "Write measurements as the library's own export does", exportText, false);
+    addPeriod(exporting, options);
+    addDamaged(exporting, options);
+    addFormat(
+        *add("verify", "Read every slot and report damage; exit code 1 if there is any", verify),
+        options);
+    addPlot(*add("plot", "Draw measurements or lamp statistics over time", plot, false), options);
 }
 
 ExitCode run(Command command, Options const& options) {
@@ -98,6 +146,14 @@ ExitCode run(Command command, Options const& options) {
     return status.code();
 }
 
+// Following means that rows have no end: no brackets, and a beginning not far back.
+void settleFollowing(Options& options) {
+    constexpr long FollowedFrom = 10;
+    if (!options.follow) return;
+    if (options.newest < 0) options.newest = FollowedFrom;
+    if (options.format == Format::Json) options.format = Format::JsonLines;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -105,6 +161,7 @@ int main(int argc, char** argv) {
         "Looks into the logs of an instrument without touching them.\n"
         "Exit codes: 0 sound, 1 damage found, 2 wrong usage, 3 can't read.");
     app.name("veklogs");
+    app.set_version_flag("--version", "veklogs " VEKLOGS_VERSION, "Tells the version");
     app.require_subcommand(1);
     Options options;
     Command command = nullptr;
@@ -112,7 +169,10 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {
-        return app.exit(error) == 0 ? Sound : Usage;
+        if (error.get_exit_code() == 0) return app.exit(error);
+        std::fprintf(stderr, "veklogs: %s\n", describeError(app, error).c_str());
+        return Usage;
     }
+    settleFollowing(options);
     return run(command, options);
 }

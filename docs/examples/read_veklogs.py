@@ -3,9 +3,13 @@
 
 Usage: read_veklogs.py FILE...  (event, lamp or measurement files)
 
-Written from veklogfiles(5) alone, to show that it suffices.
+Written from veklogfiles(5) alone, to show that it suffices. The fields are those of
+"veklogs show --format tsv", without the file; a measurement's second value of a kind
+and values of unknown kinds stand at the end of its line. A file that is short or has a
+wrong header is refused: "veklogs show --damaged" reads what such a file still holds.
 """
 import datetime
+import re
 import struct
 import sys
 
@@ -14,21 +18,35 @@ TIME = "<iIIh"
 EVENT = struct.Struct(TIME + "HHHiii30s")
 LAMP = struct.Struct(TIME + "IiQIH")
 MEASUREMENT = struct.Struct(TIME + "HHH" + "Hd" * 9)
-VALUE_KINDS = ("none", "intensity", "wavelength", "absorbance", "concentration",
+VALUE_KINDS = ("intensity", "wavelength", "absorbance", "concentration",
                "temperature", "pressure", "humidity", "voltage", "load", "free_memory")
 USED = 4  # the field after the time stamp, in all three records
 
 
 def iso(seconds, microseconds):
     epoch = datetime.datetime(1970, 1, 1)
-    time = epoch + datetime.timedelta(seconds=seconds, microseconds=microseconds)
+    time = epoch + datetime.timedelta(seconds=seconds, microseconds=min(microseconds, 999999))
     return time.isoformat(timespec="microseconds") + "Z"
+
+
+def escaped(text):
+    """No tab or line break is left that would end a field, nor another control character."""
+    def escape(match):
+        return "".join(f"\\x{byte:02x}" for byte in match[0].encode())
+    return re.sub("[\0-\x1f\x7f-\x9f]", escape, text.replace("\\", "\\\\"))
+
+
+def number(value):
+    if value != value or abs(value) == float("inf"):
+        return {"nan": "NaN", "inf": "Infinity", "-inf": "-Infinity"}[str(value)]
+    return repr(value).removesuffix(".0")
 
 
 def event(fields):
     seconds, micro, uptime, offset, code, severity, client, north, east, up, text = fields
-    return [iso(seconds, micro), offset, uptime, client, code, severity, north / 1e7, east / 1e7,
-            up / 1e3, text.split(b"\0")[0].decode(errors="replace")]
+    return [iso(seconds, micro), offset, uptime, client, code, severity,
+            *map(number, (north / 1e7, east / 1e7, up / 1e3)),
+            escaped(text.split(b"\0")[0].decode(errors="replace"))]
 
 
 def lamp(fields):
@@ -38,12 +56,14 @@ def lamp(fields):
 
 def measurement(fields):
     seconds, micro, uptime, offset, method, client, channel = fields[:7]
-    values = []
+    columns = [""] * len(VALUE_KINDS)
+    others = []
     for kind, value in zip(fields[7::2], fields[8::2]):
-        name = VALUE_KINDS[kind] if kind < len(VALUE_KINDS) else "unknown"
-        if kind != 0:
-            values.append(f"{name}={value!r}")
-    return [iso(seconds, micro), offset, uptime, client, method, channel, " ".join(values)]
+        if 1 <= kind <= len(columns) and columns[kind - 1] == "":
+            columns[kind - 1] = number(value)
+        elif kind != 0:
+            others.append(f"kind_{kind}={number(value)}")
+    return [iso(seconds, micro), offset, uptime, client, method, channel, *columns, *others]
 
 
 # cookie: record layout, position of the key among its fields, columns of a record
