@@ -58,6 +58,7 @@ Place walkRound(FileFacts const& start, int fileCount, Look& look) {
     Place const end = walk(start, fileCount, look);
     if (end.seam != Seam::LastFile) return end;
     FileFacts const zero = look(0);
+    if (zero.isEmpty()) return end;  // it may be missing
     if (zero.firstTime == end.file.firstTime) return {end.file, Seam::NotOlder};
     return zero.firstTime > end.file.firstTime ? walk(zero, fileCount, look) : end;
 }
