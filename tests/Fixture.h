@@ -19,7 +19,9 @@ namespace ZEB {
 
 namespace fs = std::filesystem;
 
-inline int syncs = 0, fsyncs = 0, cacheDrops = 0;  // calls that tests take over
+// Calls that tests take over, and the length of the file that fsync() flushed last.
+inline int syncs = 0, fsyncs = 0, cacheDrops = 0;
+inline std::int64_t flushedSize = -1;
 
 inline std::string const CookieStart = "VEK KIB ";  // cookies without their last two letters
 
@@ -88,7 +90,13 @@ class Instrument : public testing::Test {
             fs::create_directories(path);
         }
     }
-    ~Instrument() override { fs::remove_all(root); }
+    ~Instrument() override {
+        fs::remove_all(root);
+        EXPECT_EQ(openDescriptors(), descriptors) << "a descriptor stays open";
+    }
+    static std::ptrdiff_t openDescriptors() {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+    }
 
     // What one log answers: its range, and each reply's records until none is wanted.
     template <class Log>
@@ -108,6 +116,9 @@ class Instrument : public testing::Test {
             log.GetLogRecords(&first, &count, client, reply);
             replies.push_back(contents(reply));
         }
+        Reply none;
+        log.GetLogRecords(&first, &count, client, none);
+        EXPECT_EQ(contents(none), "");
         return replies;
     }
     // The record times of a reply without a client.
@@ -130,6 +141,7 @@ class Instrument : public testing::Test {
         return testing::internal::GetCapturedStderr();
     }
 
+    std::ptrdiff_t const descriptors = openDescriptors();
     fs::path const root = [] {
         char name[] = "/tmp/vekXXXXXX";
         useRoot(mkdtemp(name));

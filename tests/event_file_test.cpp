@@ -1,6 +1,6 @@
 #include "BasicEventLog.h"
 
-#include <sys/stat.h>
+#include <map>
 
 #include "Fixture.h"
 #include "util/DropCaches.h"
@@ -56,8 +56,10 @@ TEST_F(EventFiles, ReadWithinTheFileOrGiveDefaultRecords) {
                            {{0, event(1)}, {1, event(2)}, {R - 1, event(9)}});
     EventFile file(0);
     auto const offset = [&] { return file.IsCurrentFile(path(0).c_str()); };
+    int const flushed = fsyncs;
     EXPECT_EQ(offset(), 80);
     EXPECT_EQ(file.IsCurrentFile(path(1).c_str()), 0);
+    EXPECT_EQ(fsyncs - flushed, 1);
 
     write(path(0), "");  // slot 0 stands in memory, nothing else does
     EXPECT_EQ(file.readRecord(0).timeStamp().seconds(), 1);
@@ -92,19 +94,6 @@ TEST_F(EventFiles, ReadWithinTheFileOrGiveDefaultRecords) {
     EXPECT_FALSE(file.readRecord(1).isValid());
     EXPECT_TRUE(file.openFd() && file.openFd());
     EXPECT_EQ(file.readRecord(0).timeStamp().seconds(), 1);
-}
-
-TEST_F(EventFiles, AppendAfterTheNewestOnceItIsKnown) {
-    makeSlotFile<EventMsg>(path(0), Header, FullSize, {{0, event(1)}, {1, event(2)}});
-    EventFile file(0);
-    EXPECT_EQ(file.recentRecordIndex(), 1);
-    EXPECT_TRUE(file.addRecord(event(3)));
-    EXPECT_EQ(file.validRecordCount(), 3);
-    EventFile unscanned(0);
-    EXPECT_TRUE(unscanned.addRecord(event(5)));
-    EXPECT_EQ(unscanned.readRecord(0).timeStamp().seconds(), 5);
-    EXPECT_TRUE(unscanned.cleanFile(path(0).c_str()));
-    expectEmpty(unscanned);
 }
 
 TEST_F(EventFiles, ReportWhatCannotBeOpenedAndStayUsable) {
@@ -202,9 +191,20 @@ TEST_F(EventFiles, AreReadElsewhereOnlyWithAMatchingHeader) {
         EXPECT_EQ(contents(file0), stored);
         EXPECT_FALSE(fs::exists(file1));
     }
-    EXPECT_EQ(EventFile::SetUpReading((root / "none").c_str(), 1, 1, 0), 0);
-    EXPECT_EQ(
-        EventFile::SetUpReading((old.string() + std::string(980, '/') + "f").c_str(), 1, 1, 0), 0);
+    std::string const none = root / "none";
+    std::string const refused = "ZEB::EventFile::SetUpReading - path too long or with a %: ";
+    fs::create_directory(root / "100%");
+    write(root / "100%/f", Header);
+    std::string const unfit = root / "100%/f";
+    std::string const tooLong = old.string() + std::string(980, '/') + "f";
+    for (auto const& [there, message] :
+         std::map<std::string, std::string>{{none, "Failed to open " + none},
+                                            {unfit, refused + unfit},
+                                            {tooLong, refused + tooLong}}) {
+        EXPECT_EQ(messagesOf([&] { EventFile::SetUpReading(there.c_str(), 1, 1, 0); }),
+                  message + "\n");
+        EXPECT_EQ(EventFile::getFileLocation(), before);
+    }
 
     makeSlotFile<EventMsg>(path, headerOf("EL", 62, 2000), 18 + 62 * 2000, {{0, event(3)}});
     ASSERT_EQ(EventFile::SetUpReading(path.c_str(), 1, 1, 0), 1);

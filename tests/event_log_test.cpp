@@ -53,8 +53,10 @@ TEST_F(EventLogs, JudgeFilesByTheirFirstTimes) {
 TEST_F(EventLogs, MakeFilesForReadingAndClearThemAll) {
     useSmallRing(3);
     BasicEventLog log;
+    append(log, 99, 99);  // writing is off at first
     log.SetEnabled(true);
     append(log, 1, 10);
+    EXPECT_EQ(rangeOf(log), Range(0, 10));
     EXPECT_EQ(log.IsCurrentFile(path(3).c_str()), 80);
     EXPECT_EQ(log.IsCurrentFile(path(0).c_str()), 0);
     EXPECT_EQ(timeAt(log, 26), 0);
@@ -69,6 +71,20 @@ TEST_F(EventLogs, MakeFilesForReadingAndClearThemAll) {
     EXPECT_TRUE(fs::exists(data / "event_log-1-2-8#0.vek"));
     append(log, 30, 30);
     EXPECT_EQ(timeAt(log, 0), 30);  // still enabled
+}
+
+TEST_F(EventLogs, ClearWhateverPathTheyCanClear) {
+    fs::path const deep = root / std::string(76 - root.string().size(), 'd');
+    fs::create_directory(deep);
+    fs::path const first = deep / "event_log-1-2-7#0.vek";
+    write(first, headerOf("EL", 62, 2));
+    ASSERT_EQ(EventFile::SetUpReading(first.c_str(), 1, 2, 7), 1);
+    BasicEventLog log;
+    log.SetEnabled(true);
+    append(log, 1, 17);
+    ASSERT_EQ((deep / "event_log-1-2-7#8.vek").string().size(), 99U);
+    log.clear();
+    EXPECT_EQ(std::distance(fs::directory_iterator(deep), {}), 1);
 }
 
 TEST_F(EventLogs, SendRunsThatEndWithTheirFile) {

@@ -20,6 +20,11 @@ class Losses : public Instrument {
         LostRecords const lost = log.GetLostRecords();
         return {lost.count, lost.error};
     }
+    static void endFilesAt(rlim_t size) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit const limit{size, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
 };
 
 TEST_F(Losses, AreCountedWithWhatTheWriteFailedOn) {
@@ -28,15 +33,12 @@ TEST_F(Losses, AreCountedWithWhatTheWriteFailedOn) {
     log.SetEnabled(true);
     log.writeRecord(event(1));
     EXPECT_EQ(lostOf(log), Lost(0, 0));
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit{18 + 62 + 30, RLIM_INFINITY};  // in the middle of slot 1
-    setrlimit(RLIMIT_FSIZE, &limit);
+    endFilesAt(18 + 62 + 30);  // in the middle of slot 1
     log.writeRecord(event(2));
     EXPECT_EQ(lostOf(log), Lost(1, EIO));
     log.writeRecord(event(3));
     EXPECT_EQ(lostOf(log), Lost(2, EFBIG));
-    limit.rlim_cur = RLIM_INFINITY;
-    setrlimit(RLIMIT_FSIZE, &limit);
+    endFilesAt(RLIM_INFINITY);
     log.writeRecord(event(4));
     log.clear();
     EXPECT_EQ(lostOf(log), Lost(2, EFBIG));
@@ -56,6 +58,11 @@ TEST_F(Losses, WithoutAFileTellWhyThereIsNone) {
     fs::create_directory(settings);
     EXPECT_TRUE(lamps.writeRecord(lamp(1, 1)));
     EXPECT_EQ(lostOf(lamps), Lost(4, ENOENT));
+    endFilesAt(18);  // the header fits
+    EXPECT_THROW(lamps.Clear(), std::logic_error);
+    EXPECT_FALSE(lamps.writeRecord(lamp(1, 1)));
+    endFilesAt(RLIM_INFINITY);
+    EXPECT_EQ(lostOf(lamps), Lost(5, EFBIG));
 
     fs::remove_all(data);
     BasicEventLog events;

@@ -111,6 +111,7 @@ TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
              {"last", "399", {last, {0, 30, R, 0}}, {0, 399 * R + 5}, "399"},
              {"file behind", "399", {last, full0, {400, 95, 5, 0}}, {0, 399 * R + 5}, "399"},
              {"beyond", "1000", {full0}, {0, 1000 * R}, "1000"},
+             {"beyond, no file 0", "400", {{400, -5, 2, 0}, {401, 9, 5, 0}}, {0, T + 2}, "400"},
              {"far beyond", "2147483647", {}, {0, INT32_MAX}, "2147483647"},
              {"below", "-3", {full0}, {0, -3 * R}, "-3"},
              {"just below", "-1", {full0, {1, 9, 5, 0}}, {0, R + 5}, "1"},
@@ -180,15 +181,19 @@ TEST_F(Measurements, AppendClearAndCloseUnderTheirSwitch) {
     EXPECT_EQ(timeAt(log, R), 0);  // made for reading, and cached
     append(log, R + 1, R + 2);
     EXPECT_EQ(timeAt(log, R), R + 1);
+    EXPECT_EQ(flushedSize, 1);  // the pointer, whole
+    EXPECT_EQ(timeAt(log, 1), 2);
     log.close();
     append(log, R + 3, R + 3);
     EXPECT_EQ(held(log), Range(0, R + 3));
-    EXPECT_EQ(timeAt(log, R + 2), 0);
-    EXPECT_EQ(timeAt(log, 1), 2);  // another file is opened as ever
+    for (int index : {1, R + 2}) EXPECT_EQ(timeAt(log, index), 0);
+    makeUsed(2, 70, 3);
+    EXPECT_EQ(timeAt(log, 2 * R + 1), 71);  // another file is opened as ever
     point("unrelated");
     log.Clear();
     EXPECT_EQ(contents(pointer), "0");
     EXPECT_FALSE(fs::exists(path(1)));
+    EXPECT_EQ(timeAt(log, 2 * R + 1), 0);
 }
 
 TEST_F(Measurements, NeverServeAStaleFirstRecord) {

@@ -10,6 +10,7 @@
 
 #include "msgclasses/WireRecord.h"
 #include "util/FileCreator.h"
+#include "util/Mutex.h"
 
 // Included before all else where the stand-in's records, the library and the tests are
 // built once more: records and files that do what the environment's VEK_UNKIND says.
@@ -89,9 +90,21 @@ class UnkindFileCreator : public FileCreator {
         : FileCreator(name, directory, size + 100 * unkind("longer-files")) {}
     bool GetNewFile(char const* path) {
         if (!FileCreator::GetNewFile(path)) return false;
+        if (unkind("full-disk")) return unlink(path) == 0 && symlink("/dev/full", path) == 0;
         return !unkind("short-files") || truncate(path, 4000000) == 0;
     }
 };
 #define FileCreator UnkindFileCreator
+
+// Counts how often it was locked.
+inline int locks = 0;
+class UnkindMutex : public Mutex {
+  public:
+    void lock() {
+        Mutex::lock();
+        ++locks;
+    }
+};
+#define Mutex UnkindMutex
 
 }  // namespace ZEB

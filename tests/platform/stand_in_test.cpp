@@ -60,12 +60,21 @@ TEST_F(StandIn, ReplacesWhatItCanAndLeavesNothingOver) {
 }
 
 TEST_F(StandIn, FlushesARestoredSetting) {
-    write(root / "backup/settings/setting", "text");
+    std::string const text(5000, 'x');
+    write(root / "backup/settings/setting", text);
     EXPECT_TRUE(GetBackupSetting("setting"));
-    EXPECT_EQ(fsyncs, 1);  // or a power cut could leave it short
+    EXPECT_EQ(contents(settings / "setting"), text);
+    EXPECT_EQ(flushedSize, 5000);  // or a power cut could leave it short
 }
 
 TEST_F(StandIn, RefusesDirectoriesThatWouldNotDoAsFormats) {
+    char path[100];
+    for (std::size_t length : {94U, 95U}) {
+        useRoot(std::string(length, 'r'));
+        EXPECT_EQ(messagesOf([&] { VEKDataFile("", path, sizeof path); }).empty(), length == 94);
+        EXPECT_STREQ(path,
+                     length == 94 ? (std::string(94, 'r') + "/data").c_str() : "/dev/null/data");
+    }
     setenv("VEK_ROOT", (root / "100%").c_str(), 1);
     std::string const messages = messagesOf([] { EXPECT_FALSE(EventFile(0).addRecord(event(1))); });
     EXPECT_NE(messages.find("'%' in its path"), std::string::npos);
