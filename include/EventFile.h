@@ -108,6 +108,7 @@ class [[gnu::visibility("default")]] EventFile {
 
   private:
     friend struct SlotFileOps<EventFile>;
+    friend struct SlotFileTestAccess;  // of the tests, which make files small
     struct Traits;
 
     static bool adoptHeader(char const* path);

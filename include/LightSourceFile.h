@@ -74,6 +74,7 @@ class [[gnu::visibility("default")]] LightSourceFile {
 
   private:
     friend struct SlotFileOps<LightSourceFile>;
+    friend struct SlotFileTestAccess;  // of the tests, which make files small
     struct Traits;
 
     static std::uint16_t sRecordCount;

@@ -78,6 +78,7 @@ class [[gnu::visibility("default")]] MeasurementFile {
 
   private:
     friend struct SlotFileOps<MeasurementFile>;
+    friend struct SlotFileTestAccess;  // of the tests, which make files small
     struct Traits;
 
     static std::uint16_t sRecordCount;
