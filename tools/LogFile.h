@@ -92,7 +92,7 @@ class LogFile {
     struct Traits {
         using Record = typename Kind::Record;
         static char lock(LogFile&) { return 0; }
-        static void transferred(LogFile&, std::int64_t) {}
+        static void keepOffset(LogFile&, std::int64_t) {}
     };
 
     // The search jumps about in the file; most files are never asked.

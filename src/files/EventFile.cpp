@@ -16,12 +16,22 @@ using Ops = SlotFileOps<EventFile>;
 
 struct EventFile::Traits {
     using Record = EventMsg;
+    static constexpr bool NoLengthIsTooShort = true;
+    static constexpr bool RebuildsInPlace = false;
+    static constexpr char const* UnlinkFailed = "Event file failed to unlink";
     static std::lock_guard<Mutex> lock(EventFile& file) {
         return std::lock_guard<Mutex>(file.mMutex);
     }
-    static bool withoutLength(EventFile& file, char const* path) { return file.cleanFile(path); }
-    static void transferred(EventFile& file, std::int64_t end) { file.mOffset = end; }
-    static void written(EventFile&) {}
+    static bool findOrRestore(EventFile& file) {
+        if (!FileExist(file.mFileIndex)) {
+            if (!BackupFileExist(file.mFileIndex)) return false;
+            file.RestoreFromBackup();
+        }
+        VEKLogMsg(2, "Current eventfile is %s", file.mFilePath);
+        return true;
+    }
+    static void keepOffset(EventFile& file, std::int64_t offset) { file.mOffset = offset; }
+    static void written() {}
 };
 
 char const* EventFile::sFileNameFormat = nullptr;
@@ -160,22 +170,14 @@ bool EventFile::openFd() {
                   mFileIndex);
         return Ops::notOpened(*this, ENAMETOOLONG);
     }
-    if (!FileExist(mFileIndex)) {
-        if (!BackupFileExist(mFileIndex)) return cleanFile(mFilePath);
-        RestoreFromBackup();
-    }
-    VEKLogMsg(2, "Current eventfile is %s", mFilePath);
-    return Ops::openFile(*this, mFilePath, O_RDWR);
+    return Ops::openOrMake(*this, mFilePath);
 }
 
 bool EventFile::cleanFile(char const* path) {
-    if (!sUsable) return Ops::notOpened(*this, EINVAL);
-    return Ops::replaceFile(*this, path, "Event file failed to unlink");
+    return sUsable ? Ops::make(*this, path) : Ops::notOpened(*this, EINVAL);
 }
 
-void EventFile::closeFd() {
-    if (Ops::closeDescriptor(*this)) DropCaches();
-}
+void EventFile::closeFd() { Ops::closeIfOpen(*this); }
 
 bool EventFile::scanRecords() {
     Ops::scan(*this);

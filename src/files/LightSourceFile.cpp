@@ -9,12 +9,13 @@ namespace ZEB {
 
 using Ops = SlotFileOps<LightSourceFile>;
 
-// The other differences from the event file: opened with create, rebuilt in
-// place (cleanFile), one fixed path, DropCaches() on every close, and a
-// constructor that throws and prints nothing.
+// Its key (RecordKey.h), its one fixed path, DropCaches() on every close, and a constructor
+// that throws and prints nothing are its own too.
 struct LightSourceFile::Traits : UnlockedTraits<LightSourceFile> {
     using Record = LightSourceRecord;
-    static void written(LightSourceFile&) { sync(); }
+    static constexpr bool RebuildsInPlace = true;
+    static bool findOrRestore(LightSourceFile&) { return true; }
+    static void written() { sync(); }
 };
 
 std::uint16_t LightSourceFile::sRecordCount = 100;
@@ -49,27 +50,13 @@ LightSourceFile::~LightSourceFile() { closeFd(); }
 bool LightSourceFile::openFd() {
     std::vector<char> path(std::strlen(sFileNameFormat) + 20);
     std::snprintf(path.data(), path.size(), sFileNameFormat, 0);
-    return Ops::openFile(*this, path.data(), O_RDWR | O_CREAT);
+    return Ops::openOrMake(*this, path.data());
 }
 
-bool LightSourceFile::cleanFile(char const* path) {
-    closeFd();
-    Descriptor fd(open(path, O_RDWR | O_CREAT | O_TRUNC, 0600));
-    if (fd.get() == -1) return Ops::notOpened(*this, errno);
-    Ops::forgetRecords(*this);
-    mFd = fd.release();
-    if (!writeHeader(mFd, Ops::header()) || !writeWhole(mFd, "", 1, sFileSize - 1)) {
-        int const error = errno;
-        closeFd();
-        return Ops::notOpened(*this, error);
-    }
-    sync();
-    return true;
-}
+bool LightSourceFile::cleanFile(char const* path) { return Ops::make(*this, path); }
 
 void LightSourceFile::closeFd() {
-    Ops::closeDescriptor(*this);
-    DropCaches();
+    if (!Ops::closeIfOpen(*this)) DropCaches();
 }
 
 bool LightSourceFile::fileFull() { return readRecord(sRecordCount - 1).timeStamp().seconds() > 0; }

@@ -11,11 +11,13 @@ namespace ZEB {
 
 using Ops = SlotFileOps<MeasurementFile>;
 
-// The other differences from the event file: paths of 99 characters at most,
-// made where they are needed, and no restoring from a backup.
+// Init and the path, at most 99 characters long, are its own too.
 struct MeasurementFile::Traits : UnlockedTraits<MeasurementFile> {
     using Record = MeasurementRecord;
-    static void written(MeasurementFile&) {}
+    static constexpr bool RebuildsInPlace = false;
+    static constexpr char const* UnlinkFailed = "Measurement file failed to unlink";
+    static bool findOrRestore(MeasurementFile& file) { return FileExist(file.mFileIndex); }
+    static void written() {}
 };
 
 std::uint16_t MeasurementFile::sRecordCount = 1000;
@@ -78,17 +80,12 @@ bool MeasurementFile::openFd() {
                   mFileIndex);
         return Ops::notOpened(*this, ENAMETOOLONG);
     }
-    if (!FileExist(mFileIndex)) return cleanFile(path);
-    return Ops::openFile(*this, path, O_RDWR);
+    return Ops::openOrMake(*this, path);
 }
 
-bool MeasurementFile::cleanFile(char const* path) {
-    return Ops::replaceFile(*this, path, "Measurement file failed to unlink");
-}
+bool MeasurementFile::cleanFile(char const* path) { return Ops::make(*this, path); }
 
-void MeasurementFile::closeFd() {
-    if (Ops::closeDescriptor(*this)) DropCaches();
-}
+void MeasurementFile::closeFd() { Ops::closeIfOpen(*this); }
 
 bool MeasurementFile::scanRecords() {
     Ops::scan(*this);

@@ -19,29 +19,25 @@
 
 namespace ZEB {
 
-template <class File>
-struct SlotFileOps;
-
-// What the traits of the two classes without a lock have in common.
+// Traits of the two classes without a lock.
 template <class File>
 struct UnlockedTraits {
+    static constexpr bool NoLengthIsTooShort = false;
     struct NoLock {};
     static NoLock lock(File&) { return {}; }
-    static bool withoutLength(File& file, char const*) {
-        int const error = errno;
-        file.closeFd();
-        return SlotFileOps<File>::notOpened(file, error);
-    }
-    static void transferred(File&, std::int64_t) {}
+    static void keepOffset(File&, std::int64_t) {}
 };
 
 // What the three file classes have in common and what depends on their record.
 // A class gives its differences in File::Traits:
-//   Record             the record class
-//   lock(file)         a guard to hold around each use of the descriptor
-//   withoutLength(f,p) the opening's result when the end of the file at p can't be sought
-//   transferred(f,end) a read or write ended at this offset
-//   written(file)      a slot was written whole
+//   Record               the record class
+//   lock(file)           a guard to hold around each use of the descriptor
+//   findOrRestore(file)  whether there is a file to open
+//   NoLengthIsTooShort   a file whose end can't be sought is made again; else opening fails
+//   RebuildsInPlace      a file is made by rewriting it; else its FileCreator makes a new one
+//   UnlinkFailed         reported when such a new one can't take the old one's place
+//   keepOffset(file, at) a read or write ended at this offset
+//   written()            a slot or a new file was written whole
 template <class File>
 struct SlotFileOps {
     using Traits = typename File::Traits;
@@ -57,53 +53,6 @@ struct SlotFileOps {
         return header;
     }
 
-    // Opens the file at path and takes slot 0 over, or has it made anew.
-    static bool openFile(File& file, char const* path, int flags) {
-        if (closeDescriptor(file)) DropCaches();
-        HeaderCheck check = HeaderCheck::Rejected;
-        {
-            [[maybe_unused]] auto const lock = Traits::lock(file);
-            Descriptor fd(open(path, flags, 0600));
-            if (fd.get() == -1) return notOpened(file, errno);
-            char slot0[File::RecordSize];
-            check = checkFile(fd.get(), header(), File::sFileSize, slot0);
-            if (check == HeaderCheck::Accepted) takeOver(file, slot0);
-            file.mFd = fd.release();  // only now, since a record may throw
-            if (check == HeaderCheck::Accepted) return true;
-        }
-        return check == HeaderCheck::NoLength ? Traits::withoutLength(file, path)
-                                              : file.cleanFile(path);
-    }
-
-    // Replaces the file at path by a new one from the class's FileCreator.
-    static bool replaceFile(File& file, char const* path, char const* unlinkFailed) {
-        if (closeDescriptor(file)) {
-            DropCaches();
-            if (unlink(path) != 0) {
-                notOpened(file, errno);
-                std::perror(unlinkFailed);
-                return false;
-            }
-        }
-        int error = 0;
-        {
-            [[maybe_unused]] auto const lock = Traits::lock(file);
-            errno = 0;
-            if (!File::mFileCreator->GetNewFile(path)) return notOpened(file, errno);
-            Descriptor fd(open(path, O_RDWR, 0600));
-            if (fd.get() == -1) return notOpened(file, errno);
-            forgetRecords(file);
-            file.mFd = fd.release();
-            if (writeHeader(file.mFd, header())) {
-                Traits::transferred(file, HeaderSize);
-                return true;
-            }
-            error = errno;
-        }
-        file.closeFd();
-        return notOpened(file, error);
-    }
-
     static void openOrReport(File& file, char const* failed) {
         if (file.openFd()) return;
         errno = file.mOpenError;
@@ -111,7 +60,48 @@ struct SlotFileOps {
         VEKLogMsg(1, "%s", failed);
     }
 
-    // Keeps why, for the writes to come; a platform may not say (0).
+    // Opens the file at path. A missing one is made, an unsound one is made again.
+    static bool openOrMake(File& file, char const* path) {
+        if (!Traits::findOrRestore(file)) return make(file, path);
+        closeIfOpen(file);
+        // Where files are rebuilt in place, a missing one opens as one that is too short.
+        constexpr int Flags = Traits::RebuildsInPlace ? O_RDWR | O_CREAT : O_RDWR;
+        HeaderCheck check = HeaderCheck::Rejected;
+        {
+            [[maybe_unused]] auto const lock = Traits::lock(file);
+            Descriptor fd(open(path, Flags, 0600));
+            if (fd.get() == -1) return notOpened(file, errno);
+            char slot0[File::RecordSize];
+            check = checkFile(fd.get(), header(), File::sFileSize, slot0);
+            if (check == HeaderCheck::Accepted) keepSlot0(file, slot0);
+            file.mFd = fd.release();  // only now, since a record may throw
+        }
+        if (check == HeaderCheck::Accepted) return true;
+        if (check == HeaderCheck::Rejected || Traits::NoLengthIsTooShort) return make(file, path);
+        return closeAndFail(file, errno);
+    }
+
+    // Puts a new empty file at path, whatever is there, and keeps it open.
+    static bool make(File& file, char const* path) {
+        if (!removeOld(file, path)) return false;
+        int error = 0;
+        {
+            [[maybe_unused]] auto const lock = Traits::lock(file);
+            Descriptor fd(create(path));
+            if (fd.get() == -1) return notOpened(file, errno);
+            forgetRecords(file);
+            file.mFd = fd.release();
+            if (writeHeader(file.mFd, header()) && extend(file.mFd)) {
+                Traits::keepOffset(file, HeaderSize);
+                Traits::written();
+                return true;
+            }
+            error = errno;
+        }
+        return closeAndFail(file, error);
+    }
+
+    // Keeps the reason for the writes to come; it is 0 where the platform gave none.
     static bool notOpened(File& file, int error) {
         file.mOpenError = error != 0 ? error : EIO;
         return false;
@@ -123,20 +113,16 @@ struct SlotFileOps {
     }
 
     // True when a descriptor was open.
-    static bool closeDescriptor(File& file) {
-        [[maybe_unused]] auto const lock = Traits::lock(file);
-        if (file.mFd == -1) return false;
-        close(file.mFd);
-        file.mFd = -1;
-        file.mOpenError = EBADF;
+    static bool closeIfOpen(File& file) {
+        {
+            [[maybe_unused]] auto const lock = Traits::lock(file);
+            if (file.mFd == -1) return false;
+            close(file.mFd);
+            file.mFd = -1;
+            file.mOpenError = EBADF;
+        }
+        DropCaches();
         return true;
-    }
-
-    static void forgetRecords(File& file) {
-        file.mValidRecordCount = 0;
-        file.mRecentRecordIndex = -1;
-        file.mFirstRecord = Record();
-        file.mRecentRecord = Record();
     }
 
     static void scan(File& file) { scan(file, File::sRecordCount); }
@@ -194,11 +180,50 @@ struct SlotFileOps {
     }
 
   private:
-    static void takeOver(File& file, char (&slot0)[File::RecordSize]) {
+    static bool closeAndFail(File& file, int error) {
+        file.closeFd();
+        return notOpened(file, error);
+    }
+
+    static bool removeOld(File& file, char const* path) {
+        if constexpr (Traits::RebuildsInPlace) {
+            file.closeFd();
+        } else if (closeIfOpen(file) && unlink(path) != 0) {
+            notOpened(file, errno);
+            std::perror(Traits::UnlinkFailed);
+            return false;
+        }
+        return true;
+    }
+
+    // A descriptor of the new file; -1 sets errno, unless a platform gives no reason.
+    static int create(char const* path) {
+        if constexpr (Traits::RebuildsInPlace) {
+            return open(path, O_RDWR | O_CREAT | O_TRUNC, 0600);
+        } else {
+            errno = 0;
+            return File::mFileCreator->GetNewFile(path) ? open(path, O_RDWR, 0600) : -1;
+        }
+    }
+
+    // Gives a new file its full size; one from a FileCreator has it.
+    static bool extend(int fd) {
+        if constexpr (Traits::RebuildsInPlace) return writeWhole(fd, "", 1, File::sFileSize - 1);
+        return true;
+    }
+
+    static void forgetRecords(File& file) {
+        file.mValidRecordCount = 0;
+        file.mRecentRecordIndex = -1;
+        file.mFirstRecord = Record();
+        file.mRecentRecord = Record();
+    }
+
+    static void keepSlot0(File& file, char (&slot0)[File::RecordSize]) {
         forgetRecords(file);
         file.mFirstRecord.deserialize(SlotStream::ofThread().over(slot0, sizeof slot0));
         file.mValidRecordCount = file.mFirstRecord.isValid() ? 1 : 0;
-        Traits::transferred(file, slotOffset(1, File::RecordSize));
+        Traits::keepOffset(file, slotOffset(1, File::RecordSize));
     }
 
     static void setNewest(File& file, Record const& record, int slot) {
@@ -210,7 +235,13 @@ struct SlotFileOps {
         std::int64_t const offset = slotOffset(firstSlot, File::RecordSize);
         if (offset < 0) return false;
         [[maybe_unused]] auto const lock = Traits::lock(file);
-        return transferred(file, offset, pread(file.mFd, bytes, size, offset), size);
+        ssize_t const moved = pread(file.mFd, bytes, size, offset);
+        Traits::keepOffset(file, endOf(offset, moved));
+        return moved == static_cast<ssize_t>(size);
+    }
+
+    static std::int64_t endOf(std::int64_t offset, ssize_t moved) {
+        return moved > 0 ? offset + moved : offset;
     }
 
     static bool store(File& file, Record const& record, int slot) {
@@ -222,7 +253,7 @@ struct SlotFileOps {
         int error = out.error();
         if (error == 0) error = writeSlot(file, slot, bytes);
         if (error != 0) return notWritten(error);
-        Traits::written(file);
+        Traits::written();
         return true;
     }
 
@@ -231,14 +262,10 @@ struct SlotFileOps {
         std::int64_t const offset = slotOffset(slot, File::RecordSize);
         [[maybe_unused]] auto const lock = Traits::lock(file);
         ssize_t const moved = pwrite(file.mFd, bytes, sizeof bytes, offset);
-        int const error = moved == -1 ? errno : EIO;
-        if (transferred(file, offset, moved, sizeof bytes)) return 0;
-        return file.mFd == -1 ? file.mOpenError : error;
-    }
-
-    static bool transferred(File& file, std::int64_t offset, ssize_t moved, std::size_t wanted) {
-        Traits::transferred(file, moved > 0 ? offset + moved : offset);
-        return moved == static_cast<ssize_t>(wanted);
+        Traits::keepOffset(file, endOf(offset, moved));
+        if (moved == static_cast<ssize_t>(sizeof bytes)) return 0;
+        if (file.mFd == -1) return file.mOpenError;
+        return moved == -1 ? errno : EIO;
     }
 };
 
