@@ -41,28 +41,38 @@ std::optional<int> pointedFile(Log<Kind> const& log) {
     return found ? std::optional(index) : std::nullopt;
 }
 
+// The file that the pointer names.
 template <class Kind>
-NamedFile stateOfNamed(Log<Kind> const& log, LogFile<Kind> const& named, bool& byModification) {
-    auto const unfit = log.faulty.find(named.mFileIndex);
-    if (unfit != log.faulty.end() && unfit->second.fault.unreadable) return NamedFile::NotOpened;
-    if (!named.mFirstRecord.isValid()) return NamedFile::NotBegun;
-    byModification = true;
-    bool const begun =
-        modifiedSincePointer(named.path().c_str(), pointerPath(log.directory).c_str());
-    return begun ? NamedFile::Begun : NamedFile::NotBegun;
-}
+struct NamedLogFile {
+    Log<Kind> const& log;
+    LogFile<Kind>& file;
+    bool& byModification;
+
+    NamedFile state() const {
+        auto const unfit = log.faulty.find(file.mFileIndex);
+        if (unfit != log.faulty.end() && unfit->second.fault.unreadable) {
+            return NamedFile::NotOpened;
+        }
+        if (!file.mFirstRecord.isValid()) return NamedFile::NotBegun;
+        byModification = true;
+        bool const begun =
+            modifiedSincePointer(file.path().c_str(), pointerPath(log.directory).c_str());
+        return begun ? NamedFile::Begun : NamedFile::NotBegun;
+    }
+    std::int32_t timeAt(int slot) const { return file.readRecord(slot).timeStamp().seconds(); }
+};
 
 // Whether files with newer records show that a pointer's file is not the one being
 // written, though the log itself would go on with it: the last one, after which it does
 // not look, or one that has not been begun.
 template <class Kind>
-bool isRefuted(Log<Kind> const& log, LogFile<Kind> const& named) {
+bool isRefuted(Log<Kind> const& log, LogFile<Kind>& named) {
     bool const isLast = named.mFileIndex == log.ring.files - 1;
     auto const next = isLast ? log.open(0) : log.openFrom(named.mFileIndex + 1);
     if (!next || factsOf(*next).firstTime < factsOf(named).firstTime) return false;
     bool looked = false;
     return isLast ? factsOf(*next).firstTime > factsOf(named).firstTime
-                  : stateOfNamed(log, named, looked) != NamedFile::Begun;
+                  : NamedLogFile<Kind>{log, named, looked}.state() != NamedFile::Begun;
 }
 
 // Goes the way of the log's own start, with nothing made, moved or restored.
@@ -89,9 +99,9 @@ Place<Kind> findPlace(Log<Kind> const& log, Gaps gaps) {
         if (!current || (log.isRing() && factsOf(*current).isEmpty())) return {};
     }
     FileFacts const start = factsOf(*current);
-    auto const state = [&] { return stateOfNamed(log, *current, found.byModification); };
+    NamedLogFile<Kind> const namedFile{log, *current, found.byModification};
     FileWindow look(current, open);
-    auto const place = byPointer ? placeByPointer(start, log.ring.files, look, state)
+    auto const place = byPointer ? placeByPointer(start, log.ring, look, namedFile)
                                  : walk(start, log.ring.files, look);
     if (place.file.index != start.index) current = look.at(place.file.index);
     found.held = heldAt(place, current->recentRecordIndex(), log.ring);

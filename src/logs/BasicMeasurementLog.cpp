@@ -35,18 +35,25 @@ constexpr std::size_t ReadPathSize = 1000;
 
 Ring ring() { return {BasicMeasurementLog::getFileCount(), MeasurementFile::getRecordCount()}; }
 
-NamedFile stateOfNamed(MeasurementFile const& file) {
-    if (!file.isOpen()) {
-        return MeasurementFile::FileExist(file.mFileIndex) ? NamedFile::NotOpened
-                                                           : NamedFile::NotBegun;
+// The file that the pointer names.
+struct NamedMeasurementFile {
+    MeasurementFile& file;
+
+    NamedFile state() const {
+        if (!file.isOpen()) {
+            return MeasurementFile::FileExist(file.mFileIndex) ? NamedFile::NotOpened
+                                                               : NamedFile::NotBegun;
+        }
+        char path[ReadPathSize];
+        char pointer[ReadPathSize];
+        bool const fit = formatPath(path, MeasurementFile::getFileNameFormat(), file.mFileIndex) &&
+                         formatPath(pointer, PointerPathFormat, MeasurementFile::getFileLocation());
+        bool const begun =
+            file.mFirstRecord.isValid() && (!fit || modifiedSincePointer(path, pointer));
+        return begun ? NamedFile::Begun : NamedFile::NotBegun;
     }
-    char path[ReadPathSize];
-    char pointer[ReadPathSize];
-    bool const fit = formatPath(path, MeasurementFile::getFileNameFormat(), file.mFileIndex) &&
-                     formatPath(pointer, PointerPathFormat, MeasurementFile::getFileLocation());
-    bool const begun = file.mFirstRecord.isValid() && (!fit || modifiedSincePointer(path, pointer));
-    return begun ? NamedFile::Begun : NamedFile::NotBegun;
-}
+    std::int32_t timeAt(int slot) const { return file.readRecord(slot).timeStamp().seconds(); }
+};
 
 }  // namespace
 
@@ -70,9 +77,8 @@ int BasicMeasurementLog::getRecordCount() { return ring().capacity(); }
 
 void BasicMeasurementLog::findPlaceByPointer() {
     FileFacts const named = factsOf(*mCurrentFile);
-    auto const state = [this] { return stateOfNamed(*mCurrentFile); };
     FileWindow look(mCurrentFile, openExisting<MeasurementFile>);
-    Place const place = placeByPointer(named, getFileCount(), look, state);
+    Place const place = placeByPointer(named, ring(), look, NamedMeasurementFile{*mCurrentFile});
     if (place.file.index != named.index) {
         mCurrentFile = look.at(place.file.index);
         NewCurrentFile(place.file.index, true);

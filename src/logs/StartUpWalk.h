@@ -77,44 +77,74 @@ inline bool isTornFrom(int number, int named) {
     return number == named && named > 0;
 }
 
+// Whether the times in a file leap over more than half of the way from its first time to
+// the next file's. They do where the clock was set back before the file was begun: the new
+// records are followed by those of the round before, which fill the file.
+template <class TimeAt>
+bool leaps(std::int32_t first, std::int32_t next, int slots, TimeAt const& timeAt) {
+    if (timeAt(slots - 1) <= 0) return false;
+    std::int64_t const middle = (std::int64_t{first} + next) / 2;
+    std::int64_t before = first;
+    std::int64_t after = next;
+    for (int low = 0, high = slots; low + 1 < high;) {
+        int const slot = low + (high - low) / 2;
+        std::int32_t const time = timeAt(slot);
+        if (time <= middle) {
+            low = slot;
+            before = time;
+        } else {
+            high = slot;
+            after = time;
+        }
+    }
+    return 2 * (after - before) > std::int64_t{next} - first;
+}
+
 // The named file's next one is not older, so pointer and files disagree. Either the move
 // to the named file was cut, or the pointer is behind or torn, or times of records are
-// wrong, since the clock was set back.
-template <class Look>
-Place settle(FileFacts const& named, FileFacts const& next, NamedFile state, int fileCount,
-             Look& look) {
+// wrong, since the clock was set back. namedFile has the file's state() and timeAt(slot).
+template <class Look, class NamedFileFacts>
+Place settle(FileFacts const& named, FileFacts const& next, Ring ring, Look& look,
+             NamedFileFacts const& namedFile) {
+    int const files = ring.files;
     Place const byPointer{named, Seam::Older};
+    NamedFile const state = namedFile.state();
     if (state == NamedFile::NotOpened) return byPointer;
-    if (named.index < 0 || named.index >= fileCount) return walkRound(named, fileCount, look);
+    if (named.index < 0 || named.index >= files) return walkRound(named, files, look);
 
     if (state == NamedFile::NotBegun) {
         // The next one is not older than the named one: newer than that is newer than both.
-        FileFacts const before = look((named.index + fileCount - 1) % fileCount);
+        FileFacts const before = look((named.index + files - 1) % files);
         if (before.firstTime > next.firstTime) return {before, Seam::Older};
     }
-    Place const byFiles = walkRound(named, fileCount, look);
+    Place const byFiles = walkRound(named, files, look);
     if (byFiles.seam == Seam::NotOlder) return byPointer;
-    int const afterFound = (byFiles.file.index + 1) % fileCount;
+    int const afterFound = (byFiles.file.index + 1) % files;
+    // Only a ring that has wrapped can show a clock that fell.
+    if (byFiles.seam == Seam::NoNext && afterFound != named.index) return byFiles;
     if (state == NamedFile::NotBegun && isTornFrom(afterFound, named.index)) return byFiles;
     // A pointer falls behind file by file; a clock that fell stops the walk where it did,
-    // before the pointer.
-    int const back = (named.index - byFiles.file.index + fileCount) % fileCount;
-    return 2 * back < fileCount ? byPointer : byFiles;
+    // before the pointer. Far from the pointer both look alike, but for the leap.
+    int const back = (named.index - byFiles.file.index + files) % files;
+    bool const clockFell =
+        2 * back < files || leaps(named.firstTime, next.firstTime, ring.slotsPerFile,
+                                  [&](int slot) { return namedFile.timeAt(slot); });
+    return clockFell ? byPointer : byFiles;
 }
 
-// The place when a pointer named a file; stateOfNamed() is asked only when the files do
-// not bear the pointer out.
-template <class Look, class StateOfNamed>
-Place placeByPointer(FileFacts const& named, int fileCount, Look& look,
-                     StateOfNamed const& stateOfNamed) {
+// The place when a pointer named a file; namedFile is asked only when the files do not
+// bear the pointer out.
+template <class Look, class NamedFileFacts>
+Place placeByPointer(FileFacts const& named, Ring ring, Look& look,
+                     NamedFileFacts const& namedFile) {
     if (named.index == std::numeric_limits<int>::max()) return {named, Seam::NoNext};
     FileFacts const next = look(named.index + 1);
     Seam const seam = seamBetween(named, next);
-    if (named.index == fileCount - 1) {
+    if (named.index == ring.files - 1) {
         return {named, seam == Seam::Older ? Seam::OldAfterLast : Seam::LastFile};
     }
     if (seam != Seam::NotOlder) return {named, seam};
-    return settle(named, next, stateOfNamed(), fileCount, look);
+    return settle(named, next, ring, look, namedFile);
 }
 
 // What the log holds at place, when newestSlot is that file's newest (-1: none). In a

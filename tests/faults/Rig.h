@@ -248,6 +248,19 @@ struct Part {
         sync();
     }
 
+    struct NamedOnDisk {
+        Slot const* disk;
+        int file;
+
+        Record recordAt(int slot) const { return recordIn(disk[file * Slots + slot]); }
+        ZEB::NamedFile state() const {
+            bool const begun = recordAt(0).isValid() &&
+                               ZEB::modifiedSincePointer(path(file).c_str(), path(Files).c_str());
+            return begun ? ZEB::NamedFile::Begun : ZEB::NamedFile::NotBegun;
+        }
+        std::int32_t timeAt(int slot) const { return recordKey(recordAt(slot)); }
+    };
+
     // What the library's rules make of the files, read without its help; nothing where a
     // backup has a say, or where the pointer names no file of the ring.
     std::optional<ZEB::HeldRange> rangeByRules() const {
@@ -264,14 +277,10 @@ struct Part {
         int named = 0;
         bool const pointed = Measured && ZEB::readPointer(path(Files).c_str(), &named);
         if (named < 0 || named >= Files) return {};
-        auto const state = [&] {
-            bool const begun = recordAt(named, 0).isValid() &&
-                               ZEB::modifiedSincePointer(path(named).c_str(), path(Files).c_str());
-            return begun ? ZEB::NamedFile::Begun : ZEB::NamedFile::NotBegun;
-        };
         ZEB::FileFacts const start = look(named);
         if (!pointed && start.isEmpty()) return ZEB::HeldRange{0, 0};
-        ZEB::Place const place = pointed ? ZEB::placeByPointer(start, Files, look, state)
+        ZEB::Place const place = pointed ? ZEB::placeByPointer(start, {Files, Slots}, look,
+                                                               NamedOnDisk{disk.get(), named})
                                          : ZEB::walk(start, Files, look);
         int const file = place.file.index;
         auto const inFile = [&](int slot) { return recordAt(file, slot); };

@@ -85,11 +85,11 @@ class World {
         disk.pointerModified = moving ? clock : 0;
     }
 
-    void move(int file) {
+    void move(int file, bool opens = true) {
         if (mShape.hasPointer) writePointer(file, true);
         make(file);
         mCurrent = file;
-        mIsOpen = true;
+        mIsOpen = opens;
     }
 
     void append() {
@@ -130,9 +130,10 @@ class World {
         ZEB::Place place{look(begin), ZEB::Seam::NoNext};
         Way chosen = Walk;
         if (pointed) {
-            auto const state = [&] { return stateOf(begin, failing); };
-            place = ZEB::placeByPointer(look(begin), mShape.files, look, state);
-            chosen = wayOf(place, look(begin), look(begin + 1), state());
+            NamedFacts const named{*this, begin, failing};
+            ZEB::Ring const ring{mShape.files, mShape.slots};
+            place = ZEB::placeByPointer(look(begin), ring, look, named);
+            chosen = wayOf(place, look(begin), look(begin + 1), named.state());
         } else if (!place.file.isEmpty()) {
             place = ZEB::walk(place.file, mShape.files, look);
         }
@@ -193,12 +194,19 @@ class World {
         return {number, disk.files[index(number)].slots[0].time};
     }
 
-    ZEB::NamedFile stateOf(int named, int failing) const {
-        if (named == failing) return ZEB::NamedFile::NotOpened;
-        File const& file = disk.files[index(named)];
-        bool const begun = file.slots[0].isValid() && file.modified >= disk.pointerModified;
-        return begun ? ZEB::NamedFile::Begun : ZEB::NamedFile::NotBegun;
-    }
+    struct NamedFacts {
+        World const& world;
+        int number, failing;
+
+        File const& file() const { return world.disk.files[index(number)]; }
+        ZEB::NamedFile state() const {
+            if (number == failing) return ZEB::NamedFile::NotOpened;
+            bool const begun =
+                file().slots[0].isValid() && file().modified >= world.disk.pointerModified;
+            return begun ? ZEB::NamedFile::Begun : ZEB::NamedFile::NotBegun;
+        }
+        std::int32_t timeAt(int slot) const { return file().slots[index(slot)].time; }
+    };
 
     Way wayOf(ZEB::Place const& place, ZEB::FileFacts const& named, ZEB::FileFacts const& next,
               ZEB::NamedFile state) const {
@@ -233,7 +241,10 @@ class World {
         if (next() != (newestAt + 1) % mShape.capacity()) way = chosen;
         int const behindFirst =
             (newestAt - mFirst % mShape.capacity() + mShape.capacity()) % mShape.capacity();
-        if (newest != 0 && behindFirst >= mCount) damage = "the newest record is not counted";
+        if (newest != 0 && behindFirst >= mCount) {
+            damage = "the newest record is not counted";
+            way = chosen;
+        }
         if (chosen == NotOpened || chosen == PointerBelieved) giveUpRest(file, newest);
     }
 

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -22,6 +23,7 @@ enum Fault {
     PointerTorn,
     PointerNotWritten,
     NoOpen,
+    NoOpenAtMove,
     ClockBack,
     WrongTime,
     EqualTimes,
@@ -31,9 +33,11 @@ enum Fault {
     Restored,
     Copied
 };
-char const* const FaultNames[] = {
-    "move cut",    "pointer torn", "pointer not written", "open fails", "clock back", "wrong time",
-    "equal times", "file lost",    "tail lost",           "clear cut",  "restored",   "copied"};
+char const* const FaultNames[] = {"move cut",   "pointer torn",       "pointer not written",
+                                  "open fails", "open at move fails", "clock back",
+                                  "wrong time", "equal times",        "file lost",
+                                  "tail lost",  "clear cut",          "restored",
+                                  "copied"};
 
 struct Step {
     Fault fault;
@@ -76,7 +80,9 @@ long unnamed = 0;
 
 class Enumeration {
   public:
-    Enumeration(Shape const& shape, int faults) : mShape(shape) {
+    // first: the only fault that another may follow, if there is one.
+    Enumeration(Shape const& shape, int faults, std::optional<Fault> first = {})
+        : mShape(shape), mFirst(first) {
         World world(shape);
         world.start();
         explore(world, 0, faults);
@@ -120,7 +126,8 @@ class Enumeration {
         if (changed.damage != nullptr) {
             record(changed);
         } else {
-            explore(changed, step.after, faults - 1);
+            bool const isLast = mFirst && step.fault != *mFirst;
+            explore(changed, step.after, isLast ? 0 : faults - 1);
         }
         mTaken.pop_back();
     }
@@ -136,6 +143,7 @@ class Enumeration {
                 w.start();
             });
             fault(MoveCut, 1, [&](World& w) { w.move(to), w.start(); });
+            fault(NoOpenAtMove, to, [&](World& w) { w.move(to, false); });
         }
         for (int file = 0; file < mShape.files; ++file) {
             fault(NoOpen, file, [&](World& w) { w.start(file); });
@@ -227,6 +235,7 @@ class Enumeration {
     }
 
     Shape const mShape;
+    std::optional<Fault> const mFirst;
     std::vector<Disk> mPast;
     std::vector<Step> mTaken;
 };
@@ -243,7 +252,7 @@ int main(int argc, char** argv) {
             Enumeration({files, slots, false}, faults);
         }
     }
-    Enumeration({12, 2, true}, 1);  // whose numbers have two digits
+    Enumeration({12, 2, true}, faults, PointerTorn);  // whose numbers have two digits
     bool wrong = unnamed != 0 || rows.empty();
     for (Row const& row : rows) {
         bool const asFound =
