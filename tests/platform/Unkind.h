@@ -35,16 +35,14 @@ class UnkindRecord : public WireRecord<Size> {
         WireRecord<Size>::serialize(whole);
         std::string const bytes = whole.str() + "xx";
         if (unkind("rude-records")) expectNew(out);
-        out.write(bytes.data(), unkind("long-records")   ? Length + 2
-                                : unkind("rude-records") ? Length - 2
-                                                         : Length);
+        out.write(bytes.data(), Length + 2 * unkind("long-records") - 2 * unkind("rude-records"));
         if (unkind("failing-records")) out.setstate(std::ios::failbit);
         if (unkind("rude-records")) spoil(out);
     }
     void deserialize(std::istream& in) override {
         std::string bytes(Size, '\0');
         if (unkind("rude-records")) expectNew(in);
-        in.read(&bytes[0], unkind("rude-records") ? Length - 2 : Length);
+        in.read(&bytes[0], Length - 2 * unkind("rude-records"));
         if (unkind("greedy-records")) in.ignore(2);
         std::istringstream whole(in ? bytes : "");
         WireRecord<Size>::deserialize(whole);
@@ -67,8 +65,8 @@ class UnkindRecord : public WireRecord<Size> {
         std::ios const fresh(nullptr);
         bool const same = stream.flags() == fresh.flags() && stream.width() == 0 &&
                           stream.precision() == fresh.precision() && stream.fill() == ' ' &&
-                          (stream.exceptions() & std::ios::failbit) == 0 &&
-                          stream.getloc() == fresh.getloc();
+                          stream.getloc() == fresh.getloc() &&
+                          (stream.exceptions() & std::ios::failbit) == 0;
         if (!same) stream.setstate(std::ios::failbit);
     }
     static void spoil(std::ios& stream) {

@@ -33,7 +33,7 @@ class Platform : public Instrument {
     template <class Record>
     static void expectBack(Record record, int time, std::size_t size) {
         std::string const bytes = wire(record);
-        EXPECT_LE(bytes.size(), size);
+        ASSERT_LE(bytes.size(), size);
         std::istringstream in(bytes + std::string(size - bytes.size(), '\0') + "next slot");
         Record read;
         read.deserialize(in);
@@ -48,9 +48,6 @@ class Platform : public Instrument {
         ByteStream out(&buffer);
         out << record;
         EXPECT_EQ(contents(buffer).substr(0, bytes.size()), wire(record));
-        EXPECT_EQ(readFrom<Record>(contents(buffer)).timeStamp().seconds(), time);
-        record.setClient(0);
-        EXPECT_EQ(wire(record), bytes);
     }
 };
 
@@ -68,16 +65,6 @@ TEST_F(Platform, BringsRecordsBackFromTheirSlots) {
         std::string const bytes = wire(lamp(5, number)) + std::string(36, '\0');
         EXPECT_EQ(readFrom<LightSourceRecord>(bytes).key(), number);
     }
-}
-
-TEST_F(Platform, HasTextsForAnExport) {
-    MeasurementRecord record = measurement(1795550000);
-    record.setClient(110);
-    char text[1024];
-    EXPECT_GT(std::strlen(MeasurementRecord::GetHeader(text, sizeof text)), 0U);
-    EXPECT_GT(std::strlen(record.GetDateText(text, 100)), 0U);
-    EXPECT_GT(std::strlen(record.GetTimeText(text, 100)), 0U);
-    EXPECT_EQ(record.asText().find('\n'), std::string::npos);  // one line for each record
 }
 
 TEST_F(Platform, HoldsBytesAndStreamsThem) {
