@@ -128,20 +128,20 @@ struct Part {
         std::memcpy(slot.bytes, &time, sizeof time);
         if (Lamps) std::memcpy(slot.bytes + 18, &time, sizeof time);
         clearClient(slot);
-        if (!Lamps && long{held.first} + held.count < 0) slot = held.old[at];  // only counted
+        bool const placed = Lamps || long{held.first} + held.count >= 0;
+        if (!placed) slot = held.old[at];  // only counted
         Slot const wanted = slot;
         store(slot, advance);
         bool const more = held.count < Capacity;
         if (advance) ++(more ? held.count : held.first);
         if (Lamps) held.first = held.count < Capacity ? 0 : more ? 1 : held.first % Capacity;
         check();
-        account(at, wanted);
+        account(at, wanted, placed);
     }
     // What was handed in is in its slot or counted as lost. A byte that the record shares
     // with the one before could hide that the write was cut.
-    void account(int at, Slot const& wanted) {
+    void account(int at, Slot const& wanted, bool placed) {
         Slot const& old = held.old[at];
-        bool const placed = !(wanted == old);
         if (!log || (placed && wanted.bytes[Size - 3] == old.bytes[Size - 3])) return;
         auto const [lost, error] = log->GetLostRecords();
         auto const stored = static_cast<unsigned>(placed && held.now[at] == wanted);
