@@ -1,6 +1,7 @@
 #include "Disk.h"
 
 #include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -12,14 +13,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <new>
 #include <vector>
 
 namespace rig {
 namespace {
 
 struct State {
-    std::map<std::string, int> names;
+    std::map<std::string, int, std::less<>> names;
     std::map<int, std::string> nodes;
     std::map<int, long> modified;
 
@@ -51,16 +51,6 @@ std::map<DIR*, std::vector<std::string>> listings;
 int lastNode = 0;
 int lastDescriptor = FirstDescriptor;
 
-// What the rig does inside a call is itself no call of the code under test.
-struct Quiet {
-    bool const was = watching;
-    Quiet() { watching = false; }
-    ~Quiet() { watching = was; }
-    Fault enter(char const* name, Change const* change = nullptr, std::size_t size = 0) const {
-        return was && onCall != nullptr ? onCall(name, size, change) : Fault{};
-    }
-};
-
 int failed(int error) {
     errno = error;
     return -1;
@@ -69,6 +59,11 @@ int failed(int error) {
 template <typename... Arguments>
 int real(Arguments... arguments) {
     return static_cast<int>(syscall(arguments...));
+}
+
+template <typename Result, typename Argument>
+Result next(char const* name, Argument argument) {
+    return reinterpret_cast<Result (*)(Argument)>(dlsym(RTLD_NEXT, name))(argument);
 }
 
 #define ENTER(...)     \
@@ -81,9 +76,10 @@ bool inMemory(char const* path) {
 
 auto inDirectory(std::string const& path) {
     std::vector<std::string> names;
+    std::string const start = path + '/';
     for (auto const& entry : now.names) {
-        bool const inside = entry.first.rfind(path + '/', 0) == 0;
-        if (inside) names.push_back(entry.first.substr(path.size() + 1));
+        bool const inside = entry.first.rfind(start, 0) == 0;
+        if (inside) names.push_back(entry.first.substr(start.size()));
     }
     return names;
 }
@@ -94,7 +90,8 @@ int openFile(char const* name, char const* path, int flags) {
     bool const nameless = (flags & O_TMPFILE) == O_TMPFILE;
     bool const there = found != now.names.end();
     bool const changes = (flags & (there ? O_TRUNC : O_CREAT)) != 0;
-    Change change{Change::Link, there ? found->second : lastNode + 1, path, {}, 0, {}};
+    Change change{
+        Change::Link, there ? found->second : lastNode + 1, changes ? path : "", {}, 0, {}};
     if (there) change.kind = Change::Resize;
     int error = quiet.enter(name, changes ? &change : nullptr).error;
     if (error == 0 && nameless && !makesNameless) error = EOPNOTSUPP;
@@ -215,7 +212,17 @@ int fsync(int fd) {
 void sync() noexcept {
     Quiet const quiet;
     quiet.enter("sync");
-    lose([](std::size_t) { return true; });
+    for (Change const& change : pending) flushed.apply(change);
+    pending.clear();
+    std::vector<int> used;  // what has lost its last name is forgotten
+    for (auto const& name : now.names) used.push_back(name.second);
+    for (auto const& file : files) used.push_back(file.second.node);
+    std::sort(used.begin(), used.end());
+    for (auto next = now.nodes.begin(); next != now.nodes.end();) {
+        int const node = next++->first;
+        if (std::binary_search(used.begin(), used.end(), node)) continue;
+        for (State* state : {&flushed, &now}) state->nodes.erase(node), state->modified.erase(node);
+    }
 }
 
 int futimens(int fd, timespec const times[2]) noexcept {
@@ -263,6 +270,7 @@ int stat(char const* path, struct stat* status) noexcept {
 }
 
 DIR* opendir(char const* path) {
+    if (!inMemory(path)) return next<DIR*>("opendir", path);
     Quiet const quiet;
     auto const names = inDirectory(path);
     int const error = quiet.enter("opendir").error;
@@ -274,6 +282,7 @@ DIR* opendir(char const* path) {
 }
 
 dirent* readdir(DIR* directory) {
+    if (listings.count(directory) == 0) return next<dirent*>("readdir", directory);
     static dirent entry;
     Quiet const quiet;
     auto& names = listings[directory];
@@ -284,7 +293,9 @@ dirent* readdir(DIR* directory) {
     return &entry;
 }
 
-int closedir(DIR* directory) { return listings.erase(directory) != 0 ? 0 : failed(EBADF); }
+int closedir(DIR* directory) {
+    return listings.erase(directory) != 0 ? 0 : next<int>("closedir", directory);
+}
 
 // Streams call the system from inside the C library, so they stand on calls of
 // this file; fileno() answers with the descriptor they are given here.
@@ -308,14 +319,3 @@ std::FILE* fopen(char const* path, char const* mode) {
 }
 
 }  // extern "C"
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (watching && onAllocation != nullptr) {
-        Quiet const quiet;
-        onAllocation();
-    }
-    if (void* const block = std::malloc(size)) return block;
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }

@@ -31,6 +31,16 @@ inline thread_local bool watching = false;  // the code under test runs
 inline Hook onCall = nullptr;
 inline void (*onAllocation)() = nullptr;
 
+// What the rig does inside a call is itself no call of the code under test.
+struct Quiet {
+    bool const was = watching;
+    Quiet() { watching = false; }
+    ~Quiet() { watching = was; }
+    Fault enter(char const* name, Change const* change = nullptr, std::size_t size = 0) const {
+        return was && onCall != nullptr ? onCall(name, size, change) : Fault{};
+    }
+};
+
 std::size_t openDescriptors();
 void perform(Change change);
 // The power fails: of the changes not flushed, those that kept() names survive.

@@ -96,7 +96,7 @@ struct Part {
     std::uint64_t handed = 0, lostBefore = 0;  // records, of the last store()
 
     static std::string path(int file) {  // the pointer's behind the last file's
-        std::string const root = std::getenv("VEK_ROOT");
+        static std::string const root = std::getenv("VEK_ROOT");
         if (Lamps) return root + "/settings/lightsource_log.vek";
         if (Events) return root + "/data/event_log-1-2-7#" + std::to_string(file) + ".vek";
         if (file == Files) return root + "/data/currentMeasurementLog";
@@ -189,6 +189,8 @@ struct Part {
     void query() {
         revive();
         std::string replies, expected;
+        int newest = 0;
+        std::memcpy(&newest, held.now[(next() + Capacity - 1) % Capacity].bytes, sizeof newest);
         int const wanted = std::clamp(held.count, 0, Capacity);
         for (int i = 0; i < wanted; ++i) {
             Slot slot = held.now[(firstHeld() + i) % Capacity];
@@ -207,7 +209,7 @@ struct Part {
                 if constexpr (Events) log->IsCurrentFile(path(next() / Slots).c_str());
                 if constexpr (Measured) {  // a damaged pointer can make it hold 2^31 records
                     if (held.count > Capacity) return;
-                    log->SaveToFile((path(0) + ".txt").c_str(), 0, 1 << 30);
+                    log->SaveToFile((path(0) + ".txt").c_str(), newest, 1 << 30);
                 }
             },
             false);
@@ -289,6 +291,14 @@ struct Part {
         return ZEB::heldAt(place, newest, {Files, Slots});
     }
 
+    // Another file of these bytes in its place; settle() then takes over what is sound.
+    void spoil(int file, std::string const& bytes) {
+        int const fd = ::open(path(file).c_str(), O_RDWR | O_CREAT | O_TRUNC);
+        require(pwrite(fd, bytes.data(), bytes.size(), 0) != -1, "can't damage", Size);
+        ::close(fd);
+        std::fill_n(held.doubt, Capacity, Anything);
+    }
+
     // Opens the log. returned: no operation was cut short; placeKnown: nor was anything
     // lost. Returns how many records that the model was sure of are gone.
     int start(bool returned, bool placeKnown) {
@@ -327,12 +337,13 @@ struct Part {
             Slot& now = held.now[at];
             Slot const& found = disk[static_cast<unsigned>(at)];
             Doubt const doubt = returned && held.doubt[at] == Either ? Sure : held.doubt[at];
-            lost += !(found == now) && doubt != Either && now.used();
-            if (!(found == now) && doubt == Sure) {
+            bool const differs = !(found == now);
+            lost += differs && doubt != Either && now.used();
+            if (differs && doubt == Sure) {
                 require(unsure && found == Slot{}, "a slot not written to changed", Size, at);
                 anew = true;
             }
-            for (int i = 0; i < Size && doubt == Either; ++i) {
+            for (int i = 0; i < Size && differs && doubt == Either; ++i) {
                 char const byte = found.bytes[i];
                 require(byte == now.bytes[i] || byte == held.old[at].bytes[i],
                         "a slot holds neither the old nor the new record", Size, at);

@@ -148,18 +148,11 @@ void failAllocation() {
     throw std::bad_alloc();
 }
 
-template <class Part>
-void spoil(Part& part, int file, std::string const& bytes) {
-    int const fd = open(part.path(file).c_str(), O_RDWR | O_CREAT | O_TRUNC);
-    require(pwrite(fd, bytes.data(), bytes.size(), 0) != -1, "can't damage");
-    close(fd);
-    std::fill_n(part.held.doubt, part.Capacity, Anything);
-    part.settle(false);
-}
 // Starts over a file of these bytes: what is sound in it stays, what is not is made anew.
 template <class Part>
 void damage(Part& part, int file, std::string const& bytes) {
-    spoil(part, file, bytes);
+    part.spoil(file, bytes);
+    part.settle(false);
     powerCut(0, false);
 }
 template <class Part>
@@ -253,6 +246,17 @@ void threads(int rounds) {
 
 }  // namespace
 
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    if (rig::watching && rig::onAllocation != nullptr) {
+        rig::Quiet const quiet;
+        rig::onAllocation();
+    }
+    if (void* const block = std::malloc(size)) return block;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+
 int main(int argc, char** argv) {
     if (argc != 5) return 2;
     std::string const kind = argv[1];
@@ -288,7 +292,8 @@ int main(int argc, char** argv) {
     if (kind == "calls") {
         rigged->each([](auto& part) {
             part.close();
-            for (int file = 0; file < part.FileCount; ++file) spoil(part, file, "");
+            for (int file = 0; file < part.FileCount; ++file) part.spoil(file, "");
+            part.settle(false);
             part.start(false, false);
         });
     }
