@@ -106,7 +106,7 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     void findPlaceByFiles();
     void makeCurrent(int fileIndex);
     bool isCurrent(int fileIndex) const;
-    void adopt(HeldRange const& held);
+    void setHeld(HeldRange const& held);
 
     mutable Mutex mMutex;
     int mFirst = 0;  // never reduced modulo the capacity, until 2^31 comes near

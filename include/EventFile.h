@@ -111,7 +111,7 @@ class [[gnu::visibility("default")]] EventFile {
     friend struct SlotFileTestAccess;  // of the tests, which make files small
     struct Traits;
 
-    static bool adoptHeader(char const* path);
+    static bool takeSettingsFrom(char const* path);
 
     static char const* sFileNameFormat;
     static char const* sFileLocation;

@@ -1,6 +1,7 @@
 #include "files/CopyFile.h"
 
 #include <cstddef>
+#include <cstdio>
 
 #include "files/Handles.h"
 

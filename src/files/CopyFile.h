@@ -2,9 +2,9 @@
 
 namespace ZEB {
 
-// Empties or makes to, then copies from into it; false, with a perror of the
-// path, when either can't be opened. Without a source, to stays empty. Short
-// writes are not noticed.
+// Copies a file over another one, which is made if it is missing. False, with a
+// perror of the path, when one of the two can't be opened; without a source the
+// destination is left empty. Short writes are not noticed.
 bool copyFile(char const* from, char const* to);
 
 }  // namespace ZEB

@@ -51,9 +51,9 @@ namespace {
 constexpr std::size_t PathSize = 1000;
 constexpr std::uint16_t FullRecordCount = 65000;
 
-// The directory of path and the format of the event files in it. False for a path
-// that does not fit, or a directory that would not do as a format.
-bool placeBeside(char const* path, char (&location)[PathSize], char (&format)[PathSize]) {
+// Gives the directory of path and the format of the event files in it. False for a path
+// that does not fit, or a directory with a '%', which can't be part of a format.
+bool formatBeside(char const* path, char (&location)[PathSize], char (&format)[PathSize]) {
     if (!formatPath(location, "%s", path)) return false;
     if (char* const slash = std::strrchr(location, '/')) {
         *slash = '\0';
@@ -72,9 +72,9 @@ void EventFile::Init() {
     if (sFileNameFormat != nullptr) return;
     VEKDataFile(EventNameFormat, DataFileFormat, sizeof DataFileFormat);
     VEKDataFile("", DataFileDir, sizeof DataFileDir);
-    adoptBlockSize(DataFileDir, sBlkSize);
+    readBlockSize(DataFileDir, sBlkSize);
     constexpr int FileSize = RecordSize * FullRecordCount + static_cast<int>(HeaderSize);
-    // Before the settings: after an exception Init starts again.
+    // Before the settings: an Init that threw runs again.
     mFileCreator = new FileCreator(EventCreatorName, DataFileDir, FileSize);
     sLargeStorage = true;
     sRecordCount = FullRecordCount;
@@ -83,17 +83,19 @@ void EventFile::Init() {
     sFileNameFormat = DataFileFormat;
 }
 
-bool EventFile::adoptHeader(char const* path) {
-    int const fd = open(path, O_RDWR);
-    if (fd == -1) {
-        std::fprintf(stderr, "Failed to open %s\n", path);
-        return false;
-    }
-    sUsable = false;  // until all settings belong to one set of files again
-    sFileSize = lseek(fd, 0, SEEK_END);
+bool EventFile::takeSettingsFrom(char const* path) {
     FileHeader found = Ops::header();
-    ssize_t const size = pread(fd, &found, HeaderSize, 0);
-    close(fd);
+    ssize_t size = 0;
+    {
+        Descriptor const fd(open(path, O_RDWR));
+        if (fd.get() == -1) {
+            std::fprintf(stderr, "Failed to open %s\n", path);
+            return false;
+        }
+        sUsable = false;  // until all settings belong to one set of files again
+        sFileSize = lseek(fd.get(), 0, SEEK_END);
+        size = pread(fd.get(), &found, HeaderSize, 0);
+    }
     sRecordCount = found.recordCount;
     if (size != static_cast<ssize_t>(HeaderSize)) {
         std::fprintf(stderr, "FAILED to read header information from %s\n", path);
@@ -113,12 +115,12 @@ int EventFile::SetUpReading(char const* path, int major, int minor, int fix) {
     Init();
     char location[PathSize];
     char format[PathSize];
-    if (!placeBeside(path, location, format)) {
+    if (!formatBeside(path, location, format)) {
         std::fprintf(stderr, "ZEB::EventFile::SetUpReading - path too long or with a %%: %s\n",
                      path);
         return 0;
     }
-    if (!adoptHeader(path)) return 0;
+    if (!takeSettingsFrom(path)) return 0;
     std::strcpy(ReadingFileLocation, location);
     std::strcpy(ReadingFileFormat, format);
     sFileLocation = ReadingFileLocation;

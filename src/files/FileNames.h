@@ -2,8 +2,8 @@
 
 namespace ZEB {
 
-// Every file name of the three logs. The name formats are the tails of the path
-// formats, behind "%s/".
+// Every file name of the three logs. A name format is its path format without the
+// leading "%s/".
 constexpr char const* EventPathFormat = "%s/event_log-%d-%d-%d#%d.vek";
 constexpr char const* EventNameFormat = EventPathFormat + 3;
 constexpr char const* LightSourceName = "lightsource_log.vek";
@@ -13,7 +13,7 @@ constexpr char const* MeasurementNameFormat = MeasurementPathFormat + 3;
 constexpr char const* PointerPathFormat = "%s/currentMeasurementLog";
 constexpr char const* MeasurementBackupDirectory = "/mnt/sysdata/veklogs";
 
-// Under these the platform prepares new files.
+// The platform prepares new files under these names.
 constexpr char const* EventCreatorName = ".NxtEventLogFile";
 constexpr char const* MeasurementCreatorName = ".NxtMeasurementLogFile";
 

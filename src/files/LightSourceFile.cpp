@@ -9,8 +9,8 @@ namespace ZEB {
 
 using Ops = SlotFileOps<LightSourceFile>;
 
-// Its key (RecordKey.h), its one fixed path, DropCaches() on every close, and a constructor
-// that throws and prints nothing are its own too.
+// What else differs: the key (RecordKey.h), the one fixed path, DropCaches() on every
+// close, and a constructor that throws and prints nothing.
 struct LightSourceFile::Traits : UnlockedTraits<LightSourceFile> {
     using Record = LightSourceRecord;
     static constexpr bool RebuildsInPlace = true;
@@ -35,9 +35,9 @@ void LightSourceFile::Init() {
     VEKSettingsFile(LightSourceName, FilePath, sizeof FilePath);
     VEKSettingsFile("", LightSourceDir, sizeof LightSourceDir);
     sFileSize = sRecordCount * RecordSize + static_cast<int>(HeaderSize);
-    adoptBlockSize(LightSourceDir, sBlkSize);
+    readBlockSize(LightSourceDir, sBlkSize);
     if (sBlkSize < RecordSize) sBlkSize = 2 * RecordSize;
-    sFileNameFormat = FilePath;  // last: after an exception Init starts again
+    sFileNameFormat = FilePath;  // last: an Init that threw runs again
 }
 
 LightSourceFile::LightSourceFile(int fileIndex) : mFileIndex(fileIndex) {

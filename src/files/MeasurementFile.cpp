@@ -1,6 +1,8 @@
 #include "MeasurementFile.h"
 
-#include <sys/stat.h>
+#include <fcntl.h>
+
+#include <cerrno>
 
 #include "files/FileNames.h"
 #include "files/SlotFileOps.h"
@@ -11,7 +13,7 @@ namespace ZEB {
 
 using Ops = SlotFileOps<MeasurementFile>;
 
-// Init and the path, at most 99 characters long, are its own too.
+// What else differs: a path of at most 99 characters.
 struct MeasurementFile::Traits : UnlockedTraits<MeasurementFile> {
     using Record = MeasurementRecord;
     static constexpr bool RebuildsInPlace = false;
@@ -39,9 +41,9 @@ void MeasurementFile::Init() {
     if (sFileNameFormat != nullptr) return;
     VEKDataFile(MeasurementNameFormat, DataFileFormat, sizeof DataFileFormat);
     VEKDataFile("", DataFileDir, sizeof DataFileDir);
-    adoptBlockSize(DataFileDir, sBlkSize);
+    readBlockSize(DataFileDir, sBlkSize);
     constexpr int FileSize = RecordSize * FullRecordCount + static_cast<int>(HeaderSize);
-    // Before the settings: after an exception Init starts again.
+    // Before the settings: an Init that threw runs again.
     mFileCreator = new FileCreator(MeasurementCreatorName, DataFileDir, FileSize);
     sLargeStorage = true;
     sRecordCount = FullRecordCount;

@@ -14,10 +14,10 @@ struct NewestSlot {
     int usedSlots;
 };
 
-// Records lie in slot order. Where the last slot is in use and older than slot 0, the
-// file is in its second round: a run of newer records from slot 0 on, then the older
-// ones. The last slot tells which case it is; a bisection finds where the used run, or
-// the newer one, ends. first is slot 0's record; read(slot) gives another's.
+// Slots are written in order. If the last one is in use and older than slot 0, the file is
+// being written once more: newer records from slot 0 on, then the older ones. So the last
+// slot tells which run to look at, the used one or the newer one, and a bisection finds its
+// end. first is slot 0's record; read(slot) gives the record of another slot.
 template <class Record, class Read>
 NewestSlot<Record> findNewestSlot(Record const& first, int slots, Read const& read) {
     int const last = slots - 1;

@@ -5,21 +5,23 @@ namespace ZEB {
 // The measurement log's pointer: a small file that holds the index of the file being
 // written, as decimal text.
 
+// False when there is no number to read.
 bool readPointer(char const* path, int* fileIndex);
 
 // Why a pointer is written.
 enum class PointerWrite {
-    ForMove,  // the named file is about to be begun
-    AtStart   // it may have been begun long ago
+    ForMove,  // the log is about to begin the named file
+    AtStart   // the named file may have been begun long ago
 };
 
-// Flushed at once, since opening it has emptied it; failures are reported. Written for a
-// move it bears the time of the move, at a start the year 1970: then what was written into
-// its file since the move to it is never older.
+// Writes the pointer and flushes it at once, since opening it has emptied it. Failures are
+// reported. A pointer written for a move keeps the time of the move as its time of
+// modification; one written at a start gets 1970. So a file that was written to after the
+// move to it is never older than its pointer.
 void writePointer(char const* path, int fileIndex, PointerWrite reason);
 
-// Whether file was modified since the pointer was written for a move to it; true where
-// that can't be told.
+// Whether file was modified after the pointer was written for a move to it; true when
+// the times can't be read.
 bool modifiedSincePointer(char const* file, char const* pointer);
 
 }  // namespace ZEB

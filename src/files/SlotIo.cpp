@@ -4,11 +4,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 namespace ZEB {
 
-// The header's fields are written as they lie in memory.
+// The header's fields are written as they are in memory.
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
 
 bool sameFamily(FileHeader const& found, FileHeader const& expected) {
@@ -62,7 +63,7 @@ bool exists(char const* path) {
     return stat(path, &status) == 0;
 }
 
-void adoptBlockSize(char const* directory, std::uint64_t& blockSize) {
+void readBlockSize(char const* directory, std::uint64_t& blockSize) {
     struct stat status {};
     if (stat(directory, &status) == 0) {
         blockSize = static_cast<std::uint64_t>(status.st_blksize);

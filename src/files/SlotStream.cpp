@@ -9,13 +9,13 @@ namespace ZEB {
 
 namespace {
 
-// What is in a slot must not depend on the process's locale.
+// The bytes in a slot must not depend on the process's locale.
 std::ios& inClassicLocale(std::ios& stream) {
     stream.imbue(std::locale::classic());
     return stream;
 }
 
-// It owns no memory and is never destroyed: registering a destructor could fail.
+// Never destroyed, since registering a destructor could fail; it owns no memory.
 alignas(SlotStream) thread_local char storage[sizeof(SlotStream)];
 thread_local SlotStream* kept = nullptr;
 

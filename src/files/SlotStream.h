@@ -9,11 +9,11 @@
 
 namespace ZEB {
 
-// A stream over the bytes of a slot. Each record finds it as if new, whatever the last
-// one did to it, and it knows when a record did not fit.
+// A stream over the bytes of a slot. Each record gets it as new, whatever the record before
+// did to it. It knows when a record did not fit.
 class SlotStream {
   public:
-    // To make one costs more than all else of an append, so each thread keeps one.
+    // Making one costs more than the rest of an append, so each thread keeps one.
     static SlotStream& ofThread();
 
     // The stream, at the start of these bytes and without errors.
@@ -23,8 +23,8 @@ class SlotStream {
         if (!mStream.good()) mStream.clear();
         return mStream;
     }
-    // Why the record written last is not to be stored, as an errno, or 0: EMSGSIZE for
-    // one that did not fit, EBADMSG for one that left the stream failed.
+    // Why the last record written must not be stored, as an errno, or 0: EMSGSIZE for one
+    // that did not fit, EBADMSG for one that left the stream failed.
     int error() const {
         if (mBuffer.overrun()) return EMSGSIZE;
         return mStream.fail() ? EBADMSG : 0;

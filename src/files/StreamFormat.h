@@ -5,8 +5,8 @@
 
 namespace ZEB {
 
-// How a stream formats and when it throws, as it was when this was made. A record may
-// change all of that on the stream it is given; restore() keeps it from the next one.
+// How a stream formats and when it throws, saved at construction. A record may change all
+// of that on the stream that it is given; restore() undoes it for the next record.
 class StreamFormat {
   public:
     explicit StreamFormat(std::ios const& stream)
@@ -23,13 +23,13 @@ class StreamFormat {
 
   private:
     bool isOf(std::ios const& stream) const {
-        // getloc() would copy the locale, at a tenth of what an append costs.
+        // getloc() would copy the locale, which costs a tenth of an append.
         return stream.flags() == mFlags && stream.width() == mWidth &&
                stream.precision() == mPrecision && stream.fill() == mFill &&
                stream.exceptions() == mExceptions && stream._M_getloc() == mLocale;
     }
     [[gnu::cold, gnu::noinline]] void set(std::ios& stream) const {
-        stream.exceptions(std::ios::goodbit);  // so that nothing here throws by the old mask
+        stream.exceptions(std::ios::goodbit);  // nothing below may throw
         stream.flags(mFlags);
         stream.width(mWidth);
         stream.precision(mPrecision);

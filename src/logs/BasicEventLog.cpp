@@ -20,7 +20,7 @@ Ring ring() { return {BasicEventLog::getFileCount(), EventFile::getRecordCount()
 BasicEventLog::BasicEventLog() : mCurrentFile(std::make_shared<EventFile>(0)) {
     FileFacts const zero = factsOf(*mCurrentFile);
     if (zero.isEmpty()) return;
-    FileWindow look(std::move(mCurrentFile), openExisting<EventFile>);
+    FileWindow look(std::move(mCurrentFile), openUnlessMissing<EventFile>);
     Place const place = walk(zero, getFileCount(), look);
     mCurrentFile = look.at(place.file.index);
     HeldRange const held = heldAt(place, mCurrentFile->recentRecordIndex(), ring());
@@ -68,7 +68,7 @@ void BasicEventLog::clear() {
     mCurrentFile.reset();
     for (int i = 0; i < getFileCount(); ++i) {
         char path[100];
-        // Cut where it is longer, and then names none of the log's files.
+        // A longer path is cut and then names none of the log's files.
         std::snprintf(path, sizeof path, EventFile::getFileNameFormat(), 1, 2, 7, i);
         std::remove(path);
     }
@@ -86,7 +86,7 @@ void BasicEventLog::GetLogRange(ByteBuf& reply) {
 
 unsigned int BasicEventLog::SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                                     unsigned short* client) {
-    return giveOut(clampedTo({mFirst, mCount}, readRangeRequest(request)), first, client);
+    return handToCaller(clampedTo({mFirst, mCount}, readRangeRequest(request)), first, client);
 }
 
 void BasicEventLog::GetLogRecords(unsigned int* first, unsigned int* count, unsigned short client,

@@ -9,6 +9,7 @@
 #include <ctime>
 
 #include "files/FileNames.h"
+#include "files/Handles.h"
 #include "files/NoLightSourceFile.h"
 #include "logs/RecordRun.h"
 #include "logs/RingPosition.h"
@@ -22,18 +23,18 @@ namespace ZEB {
 namespace {
 
 constexpr std::size_t PathSize = 4096;
-constexpr std::uint32_t MaxRunLength = 1170;
+constexpr std::uint32_t TakeMax = 1170;  // as EventFile::TakeMax
 
 Ring ring() { return {BasicLightSourceLog::getFileCount(), LightSourceFile::getRecordCount()}; }
 
 int slotOf(unsigned int index) { return ringPosition(index, ring()).slot; }
 
-// path (PathSize bytes) holds the directory's path, length characters long, and
-// serves for its entries' paths.
+// path, a buffer of PathSize bytes, holds the directory's path, length characters long.
+// The paths of its entries are built in it too.
 int emptyDirectory(char* path, std::size_t length) {
-    DIR* const listing = opendir(path);
-    if (listing == nullptr) return -1;
-    while (dirent* const entry = readdir(listing)) {
+    Listing listing(opendir(path));
+    if (!listing) return -1;
+    while (dirent* const entry = readdir(listing.get())) {
         if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
         int const added = std::snprintf(path + length, PathSize - length, "/%s", entry->d_name);
         std::size_t const entryLength = length + static_cast<std::size_t>(added);
@@ -43,7 +44,7 @@ int emptyDirectory(char* path, std::size_t length) {
             std::remove(path);
         }
     }
-    return closedir(listing);
+    return closedir(listing.release());
 }
 
 int RemoveDIRFiles(char const* path) {
@@ -60,7 +61,7 @@ bool IsDir(dirent* entry) { return entry->d_type == DT_DIR; }
 BasicLightSourceLog::BasicLightSourceLog() : mCurrentFile(std::make_shared<LightSourceFile>(0)) {
     bool const full = mCurrentFile->fileFull();
     int const newest = mCurrentFile->recentRecordIndex();
-    // A full file without a newest record goes on at slot 0, which is what it lacks.
+    // A full file has no newest record when its slot 0 is unused; the log goes on there.
     if (newest >= 0) mCurrentIndex = static_cast<unsigned int>(newest);
     mCount = full ? LightSourceFile::getRecordCount() : mCurrentIndex;
 }
@@ -79,7 +80,7 @@ bool BasicLightSourceLog::writeRecord(LightSourceRecord const& record) {
             } catch (NoLightSourceFile const& none) {
                 return none.error;
             }
-            // What was counted without a file is nowhere; its first slot must not stay empty.
+            // What was counted without a file is stored nowhere, and slot 0 must not stay unused.
             mCurrentIndex = 0;
             mCount = 0;
         }
@@ -148,14 +149,14 @@ void BasicLightSourceLog::GetLogRange(ByteBuf& reply) {
 
 unsigned int BasicLightSourceLog::SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                                           unsigned short* client) {
-    return giveOut(readRangeRequest(request), first, client);
+    return handToCaller(readRangeRequest(request), first, client);
 }
 
 void BasicLightSourceLog::GetLogRecords(unsigned int* first, unsigned int* count,
                                         unsigned short client, ByteBuf& reply) {
     if (*count == 0) return;
     int const slot = slotOf(*first);
-    auto const length = runLength(*count, ring().slotsPerFile - slot, MaxRunLength);
+    auto const length = runLength(*count, ring().slotsPerFile - slot, TakeMax);
     writeRun(mCurrentFile.get(), slot, *first, length, client, reply);
     *first += length;
     *count -= length;

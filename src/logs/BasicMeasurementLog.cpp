@@ -27,7 +27,7 @@ namespace ZEB {
 
 namespace {
 
-constexpr std::uint32_t MaxRunLength = 417;
+constexpr std::uint32_t TakeMax = 417;  // as EventFile::TakeMax
 
 using Lock = std::lock_guard<Mutex>;
 
@@ -77,23 +77,23 @@ int BasicMeasurementLog::getRecordCount() { return ring().capacity(); }
 
 void BasicMeasurementLog::findPlaceByPointer() {
     FileFacts const named = factsOf(*mCurrentFile);
-    FileWindow look(mCurrentFile, openExisting<MeasurementFile>);
+    FileWindow look(mCurrentFile, openUnlessMissing<MeasurementFile>);
     Place const place = placeByPointer(named, ring(), look, NamedMeasurementFile{*mCurrentFile});
     if (place.file.index != named.index) {
         mCurrentFile = look.at(place.file.index);
         NewCurrentFile(place.file.index, true);
     }
-    adopt(heldAt(place, mCurrentFile->recentRecordIndex(), ring()));
+    setHeld(heldAt(place, mCurrentFile->recentRecordIndex(), ring()));
 }
 
 void BasicMeasurementLog::findPlaceByFiles() {
     mCurrentFile = std::make_shared<MeasurementFile>(0);
     FileFacts const zero = factsOf(*mCurrentFile);
     if (zero.isEmpty()) return;
-    FileWindow look(std::move(mCurrentFile), openExisting<MeasurementFile>);
+    FileWindow look(std::move(mCurrentFile), openUnlessMissing<MeasurementFile>);
     Place const place = walk(zero, getFileCount(), look);
     mCurrentFile = look.at(place.file.index);
-    adopt(heldAt(place, mCurrentFile->recentRecordIndex(), ring()));
+    setHeld(heldAt(place, mCurrentFile->recentRecordIndex(), ring()));
     NewCurrentFile(place.file.index, true);
 }
 
@@ -127,7 +127,7 @@ bool BasicMeasurementLog::RestoreFromBackup(int* fileIndex) {
     while (dirent const* const entry = readdir(listing.get())) {
         int index = 0;
         if (std::sscanf(entry->d_name, MeasurementNameFormat, &index) != 1) continue;
-        // They fit: Init leaves the directory 255 characters at most.
+        // They fit, since Init limits the directory to 255 characters.
         if (formatPath(from, MeasurementPathFormat, MeasurementBackupDirectory, index) &&
             formatPath(to, MeasurementPathFormat, MeasurementFile::getFileLocation(), index)) {
             CopyLog(from, to);
@@ -167,13 +167,13 @@ void BasicMeasurementLog::writeRecord(MeasurementRecord const& record) {
         HeldRange held{mFirst, mCount};
         held.keepBelowLimit(ring());
         int error = ERANGE;
-        if (held.end() >= 0) {  // a pointer below 0 counts up from below 0
+        if (held.end() >= 0) {  // negative after a pointer below 0
             RingPosition const at = ringPosition(static_cast<std::uint64_t>(held.end()), ring());
             if (!isCurrent(at.file)) NewCurrentFile(at.file, false);
             error = mCurrentFile->writeRecord(record, at.slot) ? 0 : errno;
         }
         held.addOne(ring());
-        adopt(held);
+        setHeld(held);
         return error;
     });
 }
@@ -185,12 +185,12 @@ LostRecords BasicMeasurementLog::GetLostRecords() const {
 
 void BasicMeasurementLog::Clear() {
     Lock const lock(mMutex);
-    adopt({});
+    setHeld({});
     mCurrentFile.reset();
     mReadFile.reset();
     for (int i = 0; i < getFileCount(); ++i) {
         char path[200];
-        // Cut where it is longer, but then the file could not be made either.
+        // A longer path is cut, but then the file could not be made either.
         std::snprintf(path, sizeof path, MeasurementFile::getFileNameFormat(), i);
         std::remove(path);
     }
@@ -252,7 +252,7 @@ void BasicMeasurementLog::GetLogRangeDates(Var const& request, ByteBuf& reply) {
 unsigned int BasicMeasurementLog::SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                                           unsigned short* client) {
     Lock const lock(mMutex);
-    return giveOut(clampedTo({mFirst, mCount}, readRangeRequest(request)), first, client);
+    return handToCaller(clampedTo({mFirst, mCount}, readRangeRequest(request)), first, client);
 }
 
 void BasicMeasurementLog::GetLogRecords(unsigned int* first, unsigned int* count,
@@ -263,7 +263,7 @@ void BasicMeasurementLog::GetLogRecords(unsigned int* first, unsigned int* count
         if (*count == 0) return;
         RingPosition const at = ringPosition(*first, ring());
         auto const file = getNxtReadFile(at.file);
-        length = runLength(*count, ring().slotsPerFile - at.slot, MaxRunLength);
+        length = runLength(*count, ring().slotsPerFile - at.slot, TakeMax);
         writeRun(file.get(), at.slot, *first, length, client, reply);
     }
     *first += length;
@@ -283,8 +283,8 @@ bool BasicMeasurementLog::SaveToFile(char const* path, long from, long to) {
     std::int64_t index = std::max(dateToIndex(static_cast<unsigned int>(from)), 0);
     int const last = dateToIndex(static_cast<unsigned int>(to));
     std::int64_t left = mCount > 0 ? last - index + 1 : 0;
-    left =
-        std::min<std::int64_t>(left, ring().capacity());  // a pointer outside the ring counts more
+    // After a pointer outside the ring the log may count more than it has slots.
+    left = std::min<std::int64_t>(left, ring().capacity());
     while (left > 0) {
         RingPosition const at = ringPosition(static_cast<std::uint64_t>(index), ring());
         auto const length =
@@ -302,7 +302,7 @@ bool BasicMeasurementLog::isCurrent(int fileIndex) const {
     return mCurrentFile && mCurrentFile->mFileIndex == fileIndex;
 }
 
-void BasicMeasurementLog::adopt(HeldRange const& held) {
+void BasicMeasurementLog::setHeld(HeldRange const& held) {
     mFirst = held.first;
     mCount = held.count;
 }

@@ -12,14 +12,14 @@ FileFacts factsOf(File const& file) {
     return {file.mFileIndex, file.mFirstRecord.timeStamp().seconds()};
 }
 
+// An empty pointer for a missing file; an unsound one is made again.
 template <class File>
-std::shared_ptr<File> openExisting(int index) {
+std::shared_ptr<File> openUnlessMissing(int index) {
     return File::FileExist(index) ? std::make_shared<File>(index) : nullptr;
 }
 
-// Opens the files that a search looks at and holds on to the last two, at one of which
-// the search ends if not where it began. open(index) gives an empty pointer for a file
-// that is missing.
+// Opens the files that a search looks at and keeps the last two: the search ends at one of
+// them, or where it began. open(index) gives an empty pointer for a missing file.
 template <class File, class Open>
 class FileWindow {
   public:
@@ -32,7 +32,7 @@ class FileWindow {
         return mLast ? factsOf(*mLast) : FileFacts{index, 0};
     }
 
-    // An empty pointer for a file that it no longer holds.
+    // An empty pointer for a file that is not one of the two.
     std::shared_ptr<File> at(int index) const {
         if (mLast && mLast->mFileIndex == index) return mLast;
         return mBefore && mBefore->mFileIndex == index ? mBefore : nullptr;

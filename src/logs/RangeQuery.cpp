@@ -40,7 +40,8 @@ RangeRequest clampedTo(HeldRange held, RangeRequest request) {
     return request;
 }
 
-unsigned int giveOut(RangeRequest const& request, unsigned int* first, unsigned short* client) {
+unsigned int handToCaller(RangeRequest const& request, unsigned int* first,
+                          unsigned short* client) {
     *first = static_cast<unsigned int>(request.first);
     *client = request.client;
     return static_cast<unsigned int>(std::max(request.count, 0));
@@ -67,8 +68,8 @@ void writeRunHeader(std::ostream& reply, std::uint32_t first, std::uint32_t coun
     if (client != 0) writeField(reply, recordSize);
 }
 
-std::uint32_t runLength(std::uint32_t wanted, int slotsLeft, std::uint32_t maximum) {
-    return std::min({wanted, static_cast<std::uint32_t>(slotsLeft), maximum});
+std::uint32_t runLength(std::uint32_t wanted, int slotsLeft, std::uint32_t takeMax) {
+    return std::min({wanted, static_cast<std::uint32_t>(slotsLeft), takeMax});
 }
 
 }  // namespace ZEB

@@ -8,8 +8,8 @@
 
 namespace ZEB {
 
-// The bytes of the range queries. All integers are little-endian; what a request
-// is too short to hold counts as 0.
+// The bytes of the range queries. All integers are little-endian; bytes that a
+// request lacks count as 0.
 
 struct RangeRequest {
     std::int32_t first = 0;
@@ -19,12 +19,12 @@ struct RangeRequest {
 
 RangeRequest readRangeRequest(Var const& request);
 
-// Cut to the indices that a log holds; nothing wanted behind them.
+// Cuts a request to the indices that a log holds; beyond them it gets no records.
 RangeRequest clampedTo(HeldRange held, RangeRequest request);
 
 // Stores first and client for the caller and returns the count. A negative count
-// wants nothing: callers loop until their count is 0.
-unsigned int giveOut(RangeRequest const& request, unsigned int* first, unsigned short* client);
+// requests no records and gives 0, since callers loop until their count is 0.
+unsigned int handToCaller(RangeRequest const& request, unsigned int* first, unsigned short* client);
 
 struct DateRange {
     std::uint32_t earlier = 0;
@@ -35,12 +35,12 @@ DateRange readDateRange(Var const& request);
 
 void writeRange(std::ostream& reply, std::uint32_t first, std::uint32_t count);
 
-// A record run: its header, then the records. The record size stands in it only
-// for a client other than 0.
+// Writes what precedes the records of a run. The record size is part of it only for
+// a client other than 0.
 void writeRunHeader(std::ostream& reply, std::uint32_t first, std::uint32_t count,
                     std::uint16_t client, std::uint16_t recordSize);
 
-// How many of the wanted records one run carries: none beyond the file's end.
-std::uint32_t runLength(std::uint32_t wanted, int slotsLeft, std::uint32_t maximum);
+// How many of the wanted records one reply takes: at most takeMax, none of another file.
+std::uint32_t runLength(std::uint32_t wanted, int slotsLeft, std::uint32_t takeMax);
 
 }  // namespace ZEB

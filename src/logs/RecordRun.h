@@ -9,8 +9,8 @@
 
 namespace ZEB {
 
-// Visits count records of consecutive slots, read in batches of one block of the
-// file system, at least one record each; default records when there is no file.
+// Visits the records of count consecutive slots. They are read in batches of one block of
+// the file system, at least one record each; without a file all are default records.
 template <class File, class Visit>
 void forEachRecord(File* file, int slot, std::uint32_t count, Visit visit) {
     using Records = decltype(file->readRecords(0, 0));

@@ -13,7 +13,7 @@ struct Ring {
     int capacity() const { return files * slotsPerFile; }
 };
 
-// How many files a log has, with large storage and with small.
+// How many files a log has, with large and with small storage.
 constexpr int EventFiles = 200;
 constexpr int SmallEventFiles = 9;
 constexpr int MeasurementFiles = 400;
@@ -37,15 +37,15 @@ inline int clampedToInt(std::int64_t value) {
     return static_cast<int>(value > Max ? Max : value < Min ? Min : value);
 }
 
-// The record indices a log holds: from first on, count of them.
+// The record indices that a log holds: count of them, from first on.
 struct HeldRange {
     int first = 0;
     int count = 0;
 
     std::int64_t end() const { return std::int64_t{first} + count; }
 
-    // Makes room for one more index: before they pass 2^31 they are numbered anew,
-    // by whole rounds of the ring, so that no position changes.
+    // Makes room for one more index. Before indices reach 2^31 they are reduced by
+    // whole rounds of the ring, so that no position changes.
     void keepBelowLimit(Ring ring) {
         if (end() >= std::numeric_limits<int>::max() && ring.capacity() > 0) {
             first %= ring.capacity();

@@ -7,15 +7,15 @@
 
 namespace ZEB {
 
-// Where a log goes on after a restart, told from what its files show. Nothing here
-// reads a file: look(index) answers for one.
+// Finds where a log goes on after a restart from what its files show. Nothing here
+// reads a file: look(index) gives the facts of one.
 
 struct FileFacts {
     int index = 0;
     std::int32_t firstTime = 0;  // of the record in slot 0; 0 for a file that is missing
 
-    // To the logs a file whose first time is 0 or less is empty, whatever the file
-    // itself says of its slot 0.
+    // The logs take a file whose first time is 0 or less for empty, even if its slot 0
+    // is in use.
     bool isEmpty() const { return firstTime <= 0; }
 };
 
@@ -23,8 +23,8 @@ struct FileFacts {
 enum class Seam {
     NoNext,       // the next one is missing or empty
     Older,        // it is older: the ring has wrapped
-    NotOlder,     // it is not: the log has moved on to it
-    LastFile,     // there is none: the file is the ring's last
+    NotOlder,     // it is not older: the log has moved on to it
+    LastFile,     // there is no next one: the file is the ring's last
     OldAfterLast  // a foreign file with older records follows the last one
 };
 
@@ -38,8 +38,8 @@ inline Seam seamBetween(FileFacts const& file, FileFacts const& next) {
     return file.firstTime > next.firstTime ? Seam::Older : Seam::NotOlder;
 }
 
-// The place by the files alone: the first file, from current on, whose next one is
-// missing, empty or older.
+// The place that the files alone show: the first file, from current on, whose next one
+// is missing, empty or older.
 template <class Look>
 Place walk(FileFacts current, int fileCount, Look& look) {
     while (current.index < fileCount - 1) {
@@ -51,8 +51,8 @@ Place walk(FileFacts current, int fileCount, Look& look) {
     return {current, Seam::LastFile};
 }
 
-// The same, on past the last file where file 0 is newer. NotOlder: both have one time,
-// which gives the files no order.
+// The same, but goes on from the last file to file 0 if that is newer. The seam is
+// NotOlder if both have the same time, so that nothing tells which one is newer.
 template <class Look>
 Place walkRound(FileFacts const& start, int fileCount, Look& look) {
     Place const end = walk(start, fileCount, look);
@@ -63,15 +63,15 @@ Place walkRound(FileFacts const& start, int fileCount, Look& look) {
     return zero.firstTime > end.file.firstTime ? walk(zero, fileCount, look) : end;
 }
 
-// What the file that the pointer names shows of the pointer's own round.
+// The file that the pointer names.
 enum class NamedFile {
     NotOpened,  // it exists, but did not open
-    NotBegun,   // nothing was written into it since the pointer was
+    NotBegun,   // nothing was written to it after the pointer was written
     Begun
 };
 
-// Whether number's first digits are those of named, as in a pointer whose writing the
-// power cut short.
+// Whether named consists of the first digits of number: a power cut can leave only those
+// in a pointer.
 inline bool isTornFrom(int number, int named) {
     while (number > named) number /= 10;
     return number == named && named > 0;
@@ -100,11 +100,11 @@ bool leaps(std::int32_t first, std::int32_t next, int slots, TimeAt const& timeA
     return 2 * (after - before) > std::int64_t{next} - first;
 }
 
-// The named file's next one is not older, so pointer and files disagree. Either the move
-// to the named file was cut, or the pointer is behind or torn, or times of records are
-// wrong, since the clock was set back. namedFile has the file's state() and timeAt(slot).
+// The file after the named one is not older, so pointer and files disagree. Either the move
+// to the named file was cut, or the pointer is out of date or torn, or record times are wrong
+// because the clock was set back. namedFile has the file's state() and timeAt(slot).
 template <class Look, class NamedFileFacts>
-Place settle(FileFacts const& named, FileFacts const& next, Ring ring, Look& look,
+Place placeByBoth(FileFacts const& named, FileFacts const& next, Ring ring, Look& look,
              NamedFileFacts const& namedFile) {
     int const files = ring.files;
     Place const byPointer{named, Seam::Older};
@@ -113,7 +113,7 @@ Place settle(FileFacts const& named, FileFacts const& next, Ring ring, Look& loo
     if (named.index < 0 || named.index >= files) return walkRound(named, files, look);
 
     if (state == NamedFile::NotBegun) {
-        // The next one is not older than the named one: newer than that is newer than both.
+        // The next file is not older than the named one: a file newer than that is the newest.
         FileFacts const before = look((named.index + files - 1) % files);
         if (before.firstTime > next.firstTime) return {before, Seam::Older};
     }
@@ -123,8 +123,9 @@ Place settle(FileFacts const& named, FileFacts const& next, Ring ring, Look& loo
     // Only a ring that has wrapped can show a clock that fell.
     if (byFiles.seam == Seam::NoNext && afterFound != named.index) return byFiles;
     if (state == NamedFile::NotBegun && isTornFrom(afterFound, named.index)) return byFiles;
-    // A pointer falls behind file by file; a clock that fell stops the walk where it did,
-    // before the pointer. Far from the pointer both look alike, but for the leap.
+    // Behind the place of the files, the pointer is out of date; ahead of it, the walk stopped
+    // where the clock was set back. In a ring the shorter way tells which, and far from the
+    // pointer the leap.
     int const back = (named.index - byFiles.file.index + files) % files;
     bool const clockFell =
         2 * back < files || leaps(named.firstTime, next.firstTime, ring.slotsPerFile,
@@ -144,7 +145,7 @@ Place placeByPointer(FileFacts const& named, Ring ring, Look& look,
         return {named, seam == Seam::Older ? Seam::OldAfterLast : Seam::LastFile};
     }
     if (seam != Seam::NotOlder) return {named, seam};
-    return settle(named, next, ring, look, namedFile);
+    return placeByBoth(named, next, ring, look, namedFile);
 }
 
 // What the log holds at place, when newestSlot is that file's newest (-1: none). In a

@@ -7,8 +7,8 @@
 
 namespace ZEB {
 
-// Runs store() for one record that was handed in. It returns 0, or the errno for which the
-// record was not stored and is counted as lost, as it is when an exception passes out.
+// Runs store() for one record. store() returns 0, or the errno that kept the record from
+// being stored; the record then counts as lost, as it does when an exception passes out.
 template <class Store>
 int storeOrCount(LostRecords& lost, Store const& store) {
     auto const count = [&lost](int error) {
