@@ -5,8 +5,8 @@
 
 namespace ZEB {
 
-// Bytes of a request, a reply or a record; zero when made by size. Grows when a
-// stream writes past its end.
+// The bytes of a request, a reply or a record; zeros when constructed from a size.
+// Grows when a stream writes past its end.
 class ByteBuf {
   public:
     ByteBuf() = default;
@@ -17,7 +17,8 @@ class ByteBuf {
     char const* data() const { return mBytes.data(); }
     std::size_t size() const { return mBytes.size(); }
 
-    // Puts size bytes at offset (0 to size()), over what is there and on past the end.
+    // Puts size bytes at offset (0 to size()). They replace what is there and may go on
+    // past the end.
     void put(std::size_t offset, char const* bytes, std::size_t size);
 
   private:

@@ -4,7 +4,7 @@ namespace ZEB {
 
 ByteStream::ByteStream(ByteBuf* buffer) : std::iostream(nullptr), mBuffer(buffer) {
     rdbuf(&mBuffer);  // also clears the error state of a stream without a buffer
-    // Else a stream keeps std::bad_alloc to itself and the reply ends in its middle.
+    // Without it a stream swallows std::bad_alloc, and the reply ends in the middle.
     exceptions(std::ios_base::badbit);
 }
 

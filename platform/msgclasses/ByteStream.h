@@ -10,7 +10,7 @@
 namespace ZEB {
 
 // Reads and writes a caller's ByteBuf, each from the buffer's start. Writing
-// goes over what the buffer holds and shortens nothing: give a reply a fresh
+// replaces what the buffer holds but never shortens it: give each reply a fresh
 // buffer. The buffer must outlive the stream.
 class ByteStream : public std::iostream {
   public:

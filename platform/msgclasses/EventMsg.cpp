@@ -5,11 +5,6 @@
 
 namespace ZEB {
 
-namespace {
-constexpr std::size_t LocationOffset = 20;
-constexpr std::size_t TextOffset = 32;
-}  // namespace
-
 EventMsg::EventMsg(TimeStamp const& time, std::uint16_t code, std::uint16_t severity,
                    std::string const& text, GpsLocation const& location) {
     setTimeStamp(time);
@@ -20,14 +15,13 @@ EventMsg::EventMsg(TimeStamp const& time, std::uint16_t code, std::uint16_t seve
 }
 
 GpsLocation EventMsg::location() const {
-    return {get<std::int32_t>(LocationOffset), get<std::int32_t>(LocationOffset + 4),
-            get<std::int32_t>(LocationOffset + 8)};
+    return {get<Latitude>(), get<Longitude>(), get<Altitude>()};
 }
 
 void EventMsg::setLocation(GpsLocation const& location) {
-    set(LocationOffset, location.latitude);
-    set(LocationOffset + 4, location.longitude);
-    set(LocationOffset + 8, location.altitude);
+    set<Latitude>(location.latitude);
+    set<Longitude>(location.longitude);
+    set<Altitude>(location.altitude);
 }
 
 std::string EventMsg::text() const {

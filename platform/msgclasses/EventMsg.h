@@ -20,17 +20,27 @@ class EventMsg final : public WireRecord<62> {
              std::string const& text, GpsLocation const& location = {});
 
     bool isValid() const { return code() != 0; }
-    std::uint16_t code() const { return get<std::uint16_t>(14); }
-    std::uint16_t severity() const { return get<std::uint16_t>(16); }
-    std::uint16_t client() const { return get<std::uint16_t>(18); }
+    std::uint16_t code() const { return get<Code>(); }
+    std::uint16_t severity() const { return get<Severity>(); }
+    std::uint16_t client() const { return get<Client>(); }
     GpsLocation location() const;
     std::string text() const;
 
-    void setCode(std::uint16_t code) { set(14, code); }
-    void setSeverity(std::uint16_t severity) { set(16, severity); }
-    void setClient(unsigned short client) { set(18, client); }
+    void setCode(std::uint16_t code) { set<Code>(code); }
+    void setSeverity(std::uint16_t severity) { set<Severity>(severity); }
+    void setClient(unsigned short client) { set<Client>(client); }
     void setLocation(GpsLocation const& location);
     void setText(std::string const& text);
+
+  private:
+    using Code = WireField<std::uint16_t, TimeStampEnd>;
+    using Severity = WireField<std::uint16_t, Code::End>;
+    using Client = WireField<std::uint16_t, Severity::End>;
+    using Latitude = WireField<std::int32_t, Client::End>;
+    using Longitude = WireField<std::int32_t, Latitude::End>;
+    using Altitude = WireField<std::int32_t, Longitude::End>;
+    static constexpr std::size_t TextOffset = Altitude::End;
+    static_assert(TextOffset + TextSize == 62);
 };
 
 }  // namespace ZEB

@@ -21,18 +21,26 @@ class LightSourceRecord final : public WireRecord<36> {
     }
 
     bool isValid() const { return lampKind() != 0; }
-    std::uint32_t lampKind() const { return get<std::uint32_t>(14); }
-    // The light-source key: grows from record to record; the greatest is the newest.
-    std::int32_t key() const { return get<std::int32_t>(18); }
-    std::uint64_t burningTime() const { return get<std::uint64_t>(22); }  // milliseconds
-    std::uint32_t ignitions() const { return get<std::uint32_t>(30); }
-    std::uint16_t client() const { return get<std::uint16_t>(34); }
+    std::uint32_t lampKind() const { return get<LampKind>(); }
+    // The light-source key. It grows from record to record: the greatest is the newest.
+    std::int32_t key() const { return get<Key>(); }
+    std::uint64_t burningTime() const { return get<BurningTime>(); }  // milliseconds
+    std::uint32_t ignitions() const { return get<Ignitions>(); }
+    std::uint16_t client() const { return get<Client>(); }
 
-    void setLampKind(std::uint32_t lampKind) { set(14, lampKind); }
-    void setKey(std::int32_t key) { set(18, key); }
-    void setBurningTime(std::uint64_t milliseconds) { set(22, milliseconds); }
-    void setIgnitions(std::uint32_t ignitions) { set(30, ignitions); }
-    void setClient(unsigned short client) { set(34, client); }
+    void setLampKind(std::uint32_t lampKind) { set<LampKind>(lampKind); }
+    void setKey(std::int32_t key) { set<Key>(key); }
+    void setBurningTime(std::uint64_t milliseconds) { set<BurningTime>(milliseconds); }
+    void setIgnitions(std::uint32_t ignitions) { set<Ignitions>(ignitions); }
+    void setClient(unsigned short client) { set<Client>(client); }
+
+  private:
+    using LampKind = WireField<std::uint32_t, TimeStampEnd>;
+    using Key = WireField<std::int32_t, LampKind::End>;
+    using BurningTime = WireField<std::uint64_t, Key::End>;
+    using Ignitions = WireField<std::uint32_t, BurningTime::End>;
+    using Client = WireField<std::uint16_t, Ignitions::End>;
+    static_assert(Client::End == 36);
 };
 
 }  // namespace ZEB

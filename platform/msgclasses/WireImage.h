@@ -8,9 +8,9 @@
 
 namespace ZEB {
 
-// A record's serialised bytes, read and written field by field at fixed
-// offsets, least significant byte first on every processor. Records keep their
-// values in this form, so that storing one moves its bytes and converts nothing.
+// A record's serialised bytes, read and written field by field at fixed offsets,
+// little-endian on every processor. Records keep their values in this form, so that
+// storing one moves its bytes and converts nothing.
 template <std::size_t Size>
 class WireImage {
   public:

@@ -11,10 +11,20 @@
 
 namespace ZEB {
 
+// One field of a record: a T at an offset in its serialised bytes. The next field
+// begins at its End.
+template <typename T, std::size_t At>
+struct WireField {
+    using Type = T;
+    static constexpr std::size_t Offset = At;
+    static constexpr std::size_t End = At + sizeof(T);
+};
+
 // What the three record classes share: exactly Size serialised bytes, moved by
 // one write or one read, the time stamp first. A stream that ends too early, has
-// failed or has no buffer leaves a default record. They go straight to and from the stream's
-// buffer: the stream's own guards around that cost a fetched record a fifth of its time.
+// failed or has no buffer leaves a default record. The bytes go straight to and from
+// the stream's buffer: the stream's own guards would cost a fifth of a fetched
+// record's time.
 template <std::size_t Size>
 class WireRecord : public VEKSerializeable {
   public:
@@ -29,17 +39,32 @@ class WireRecord : public VEKSerializeable {
     }
 
     TimeStamp timeStamp() const {
-        return TimeStamp(get<std::int32_t>(0), get<std::uint32_t>(4), get<std::uint32_t>(8),
-                         get<std::int16_t>(12));
+        return TimeStamp(get<Seconds>(), get<Microseconds>(), get<Uptime>(), get<UtcOffset>());
     }
     void setTimeStamp(TimeStamp const& time) {
-        set(0, time.seconds());
-        set(4, time.microseconds());
-        set(8, time.uptime());
-        set(12, time.utcOffset());
+        set<Seconds>(time.seconds());
+        set<Microseconds>(time.microseconds());
+        set<Uptime>(time.uptime());
+        set<UtcOffset>(time.utcOffset());
     }
 
+  private:
+    using Seconds = WireField<std::int32_t, 0>;
+    using Microseconds = WireField<std::uint32_t, Seconds::End>;
+    using Uptime = WireField<std::uint32_t, Microseconds::End>;
+    using UtcOffset = WireField<std::int16_t, Uptime::End>;
+
   protected:
+    static constexpr std::size_t TimeStampEnd = UtcOffset::End;
+
+    template <class Field>
+    typename Field::Type get() const {
+        return get<typename Field::Type>(Field::Offset);
+    }
+    template <class Field>
+    void set(typename Field::Type value) {
+        set(Field::Offset, value);
+    }
     template <typename T>
     T get(std::size_t offset) const {
         return mImage.template get<T>(offset);

@@ -2,8 +2,8 @@
 
 namespace ZEB {
 
-// Called after a file was closed, so that the instrument can give its page
-// cache back. Here it leaves the machine's alone.
+// Called after a file was closed, so that the instrument can drop its page cache.
+// The stand-in does nothing.
 void DropCaches();
 
 }  // namespace ZEB

@@ -5,19 +5,19 @@
 
 namespace ZEB {
 
-// Makes new files of full size, zero-filled and really allocated, so that a full
-// disk shows when a file is made and not in the middle of a record.
+// Makes new files of full size, filled with zeros and really allocated, so that a
+// full disk shows when a file is made and not in the middle of a record.
 class FileCreator {
   public:
-    // name: begins the hidden name that a file can need for a while; directory: where
-    // files usually go, not needed here; fileSize: bytes.
+    // name: how the hidden name begins that a new file may need for a while; directory:
+    // where the files go, not used here; fileSize: in bytes.
     FileCreator(char const* name, char const* directory, std::int64_t fileSize);
 
-    // Puts a new file at path, replacing what stands there, or returns false and
-    // leaves it. It gets its name when it is whole. A process killed in here leaves
-    // nothing, or, where a file stood at path or the file system makes none without
-    // a name, a hidden file beside it (name, a dot, a number): remove it while no
-    // process uses the directory. Not flushed: a power cut may take the new file back.
+    // Puts a new file at path, replacing what is there, or returns false and leaves
+    // that alone. The file gets its name when it is whole. A process killed in here
+    // can leave a hidden file (name, a dot, a number) in the directory of path, if path
+    // was taken or the file system makes no files without a name; remove it while no
+    // process uses the directory. The new file is not flushed.
     bool GetNewFile(char const* path);
 
   private:

@@ -31,8 +31,8 @@ int openWithoutName(std::string const& directory) {
 
 }  // namespace
 
-// The names that begin alike are tried until one is free. Each is made before it is
-// claimed, so that a failed allocation leaves nothing behind.
+// Tries one name after the other until one is free. The string is made before the name
+// is claimed, so that a failed allocation leaves no file.
 template <typename Claim>
 bool NewFile::claimHiddenName(Claim claim) {
     static std::atomic<unsigned> calls{0};
@@ -47,7 +47,7 @@ bool NewFile::claimHiddenName(Claim claim) {
 NewFile::NewFile(std::string const& path, std::string const& hidden)
     : mPath(path), mHiddenStart(directoryOf(path) + hidden + '.') {
     mFd = openWithoutName(directoryOf(path));
-    // EISDIR: from a system that takes it for the directory's own opening
+    // EISDIR: the file system does not know O_TMPFILE and sees a directory being opened.
     if (mFd != -1 || (errno != EOPNOTSUPP && errno != EISDIR)) return;
     claimHiddenName([this](char const* name) {
         mFd = open(name, O_RDWR | O_CREAT | O_EXCL, 0600);

@@ -5,7 +5,7 @@
 
 namespace ZEB {
 
-// A scratch buffer of zeroed characters.
+// A scratch buffer of characters, all zero at first.
 class StackMem {
   public:
     explicit StackMem(std::size_t size) : mBytes(std::make_unique<char[]>(size)), mSize(size) {}

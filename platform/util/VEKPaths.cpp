@@ -68,7 +68,7 @@ int SettingsFileExist(char const* name, unsigned short* /*recordCount*/,
 bool GetBackupSetting(char const* name) {
     std::string const from = pathIn("backup/settings", name);
     NewFile copy(pathIn("settings", name), '.' + std::string(name));
-    // Not blocking: a pipe in the file's place must not stop the caller.
+    // O_NONBLOCK: a pipe in the file's place must not block the caller.
     int const in = open(from.c_str(), O_RDONLY | O_NONBLOCK);
     bool const copied =
         in != -1 && copy.fd() != -1 && copyBytes(in, copy.fd()) && fsync(copy.fd()) == 0;

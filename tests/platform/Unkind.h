@@ -50,11 +50,14 @@ class UnkindRecord : public WireRecord<Size> {
     }
 
   protected:
-    template <typename T>
-    T get(std::size_t offset) const {
+    using WireRecord<Size>::TimeStampEnd;
+    using WireRecord<Size>::get;
+    template <class Field>
+    typename Field::Type get() const {
         ::operator delete(::operator new(1));  // throws as the rest
-        T const value = WireRecord<Size>::template get<T>(offset);
-        return offset == 14 && unkind("valid-zeros") ? T{1} : value;
+        auto const value = WireRecord<Size>::template get<Field>();
+        bool const wrong = Field::Offset == TimeStampEnd && unkind("valid-zeros");
+        return wrong ? typename Field::Type{1} : value;
     }
 
   private:
