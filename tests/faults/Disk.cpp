@@ -144,6 +144,11 @@ int descriptor(void* cookie) { return static_cast<int>(reinterpret_cast<std::int
 
 std::size_t openDescriptors() { return files.size() + listings.size(); }
 
+bool leavesHidden() {
+    return std::any_of(now.names.begin(), now.names.end(),
+                       [](auto const& name) { return name.first.find("/.") != std::string::npos; });
+}
+
 void perform(Change change) {
     static long changes = 0;
     if (change.kind != Change::Date) change.time = ++changes / 4;  // as coarse as real ones

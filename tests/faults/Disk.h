@@ -42,6 +42,7 @@ struct Quiet {
 };
 
 std::size_t openDescriptors();
+bool leavesHidden();  // a file whose name begins with a dot
 void perform(Change change);
 // The power fails: of the changes not flushed, those that kept() names survive.
 void lose(std::function<bool(std::size_t)> const& kept);

@@ -14,7 +14,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <tuple>
+#include <type_traits>
 
 #include "BasicEventLog.h"
 #include "BasicLightSourceLog.h"
@@ -22,19 +22,20 @@
 #include "Disk.h"
 #include "files/NewestSlot.h"
 #include "files/PointerFile.h"
+#include "files/SlotIo.h"
 #include "logs/StartUpWalk.h"
 #include "msgclasses/ByteStream.h"
 #include "util/FileCreator.h"
 
 namespace ZEB {
-// The file classes' one friend: makes their files small, so that logs often go round.
-template <class File>
-struct SlotFileOps {
-    static void shrink(std::uint16_t slots) {
+// The file classes' friend: makes their files small, so that logs often go round.
+struct SlotFileTestAccess {
+    template <class File>
+    static void makeSmall(std::uint16_t slots) {
         File::Init();
         File::sRecordCount = slots;
-        File::sFileSize = 18 + slots * File::RecordSize;
-        if constexpr (File::RecordSize != LightSourceFile::RecordSize) {
+        File::sFileSize = static_cast<int>(HeaderSize) + slots * File::RecordSize;
+        if constexpr (!std::is_same_v<File, LightSourceFile>) {
             File::sLargeStorage = false;
             *File::mFileCreator = FileCreator(".Nxt", File::sFileLocation, File::sFileSize);
         }
@@ -64,9 +65,12 @@ inline std::string makeRoot(char const* at = nullptr) {
 struct Slot {
     char bytes[112];
     bool operator==(Slot const& other) const { return std::memcmp(bytes, other.bytes, 112) == 0; }
+    bool operator!=(Slot const& other) const { return !(*this == other); }
     bool used() const { return bytes[14] != 0; }
 };
-enum Doubt { Sure, Either, Anything };  // Either: the old or the new record, byte by byte
+
+// What a slot may hold. Either: the old or the new record, byte by byte.
+enum Doubt { Sure, Either, Anything };
 
 // What one log must hold. Without pointers: a killed writer leaves it in shared memory.
 struct Held {
@@ -78,144 +82,102 @@ struct Held {
 
 inline bool mustReport = false;  // a call that was made to fail
 inline bool mustThrow = false;   // an allocation that was
-inline bool anew = false;        // that had a file made anew
 inline int injected = 0;         // the errno of either
+inline bool madeAgain = false;   // a file, since a call failed while it was validated
 
 // A log together with its model; every operation does both and compares them.
 template <class Log, class File, class Record, int Files, int Slots>
 struct Part {
-    static constexpr int Size = File::RecordSize, Capacity = Files * Slots;
-    static constexpr int FileCount = Files, SlotCount = Slots;
-    static constexpr bool Lamps = Size == 36, Events = Size == 62, Measured = Size == 110;
-
-    explicit Part(Held& model) : held(model) { ZEB::SlotFileOps<File>::shrink(Slots); }
+    static constexpr int Size = File::RecordSize;
+    static constexpr int FileCount = Files;
+    static constexpr int SlotCount = Slots;
+    static constexpr int Capacity = Files * Slots;
+    static constexpr int FileSize = static_cast<int>(ZEB::HeaderSize) + Slots * Size;
+    static constexpr bool Events = std::is_same_v<File, ZEB::EventFile>;
+    static constexpr bool Lamps = std::is_same_v<File, ZEB::LightSourceFile>;
+    static constexpr bool Measured = std::is_same_v<File, ZEB::MeasurementFile>;
 
     Held& held;
     std::unique_ptr<Log> log;
-    bool unsure = false;                       // a call failed since the log was opened
-    std::uint64_t handed = 0, lostBefore = 0;  // records, of the last store()
+    bool unsure = false;  // a call failed since the log was opened
 
-    static std::string path(int file) {  // the pointer's behind the last file's
+    explicit Part(Held& model) : held(model) { ZEB::SlotFileTestAccess::makeSmall<File>(Slots); }
+
+    // The measurement log's pointer comes after its last file.
+    static std::string path(int file) {
         static std::string const root = std::getenv("VEK_ROOT");
         if (Lamps) return root + "/settings/lightsource_log.vek";
         if (Events) return root + "/data/event_log-1-2-7#" + std::to_string(file) + ".vek";
         if (file == Files) return root + "/data/currentMeasurementLog";
         return root + "/data/measurement_log" + std::to_string(file) + ".vek";
     }
-    static std::string backup(int file) {
-        std::string const from = path(file);
-        return (Events ? "/rig/backup/data" : "/mnt/sysdata/veklogs") +
-               from.substr(from.rfind('/'));
-    }
-    static bool exists(std::string const& file) {
-        struct stat status {};
-        return stat(file.c_str(), &status) == 0;
-    }
-    int firstHeld() const { return Lamps ? 0 : held.first; }
-    int next() const {
-        auto const end = static_cast<int>((long{held.first} + held.count) % Capacity);
-        if (!Lamps) return (end + Capacity) % Capacity;  // a damaged pointer can be negative
-        return held.count < Capacity ? held.count : (held.first + Capacity - 1) % Capacity;
-    }
+
+    // What the caller of the log can do.
 
     void write(int id, bool advance) {
         revive();
         int const at = next();
+        bool const placed = Lamps || long{held.first} + held.count >= 0;  // else only counted
         propose(at);
-        Slot& slot = held.now[at] = {};
-        int const time = 65500 + (Lamps ? id : id / 2);  // some neighbours share theirs
-        std::memset(slot.bytes, 'a' + id % 26, Size);
-        std::memcpy(slot.bytes, &time, sizeof time);
-        if (Lamps) std::memcpy(slot.bytes + 18, &time, sizeof time);
-        clearClient(slot);
-        bool const placed = Lamps || long{held.first} + held.count >= 0;
-        if (!placed) slot = held.old[at];  // only counted
-        Slot const wanted = slot;
-        store(slot, advance);
-        bool const more = held.count < Capacity;
-        if (advance) ++(more ? held.count : held.first);
-        if (Lamps) held.first = held.count < Capacity ? 0 : more ? 1 : held.first % Capacity;
+        Slot const record = placed ? slotOf(id) : held.old[at];
+        held.now[at] = record;
+        store(record, advance);
+        if (advance) moveOn();
         check();
-        account(at, wanted, placed);
+        requireCounted(at, record, placed);
     }
-    // What was handed in is in its slot or counted as lost. A byte that the record shares
-    // with the one before could hide that the write was cut.
-    void account(int at, Slot const& wanted, bool placed) {
-        Slot const& old = held.old[at];
-        if (!log || (placed && wanted.bytes[Size - 3] == old.bytes[Size - 3])) return;
-        auto const [lost, error] = log->GetLostRecords();
-        auto const stored = static_cast<unsigned>(placed && held.now[at] == wanted);
-        require(stored + lost - lostBefore == handed, "lost without being counted", Size, at);
-        bool const missing = error == ENOENT;  // as when a restore fails
-        require(lost == lostBefore || missing || error == (placed ? injected : ERANGE),
-                "lost for another reason", Size, error);
-    }
-    static Record recordIn(Slot const& slot) {
-        ZEB::ByteBuf bytes(slot.bytes, Size);
-        ZEB::ByteStream stream(&bytes);
-        Record record;
-        record.deserialize(stream);
-        return record;
-    }
+
     void store(Slot const& slot, bool advance) {
         Record const record = recordIn(slot);
-        handed = 0;
-        lostBefore = log ? log->GetLostRecords().count : 0;
-        call(
-            [&] {
-                if (!log) return;
-                ++handed;
-                if constexpr (!Lamps) log->writeRecord(record);
-                if constexpr (Lamps)
-                    advance ? log->newRecord(record) : void(log->editRecord(record));
-            },
-            !Lamps);
+        mHanded = 0;
+        mLostBefore = log ? log->GetLostRecords().count : 0;
+        auto const store = [&] {
+            if (!log) return;
+            ++mHanded;
+            if constexpr (!Lamps) log->writeRecord(record);
+            if constexpr (Lamps) advance ? log->newRecord(record) : void(log->editRecord(record));
+        };
+        call(store, !Lamps);
     }
+
     void clear() {
         revive();
         for (int at = 0; at < Capacity; ++at) propose(at);
         std::fill_n(held.now, Capacity, Slot{});
-        call(
-            [&] {
-                if (!log) return;
-                if constexpr (Events) log->clear();
-                if constexpr (!Events) log->Clear();
-            },
-            !Lamps);
+        auto const clearLog = [&] {
+            if (!log) return;
+            if constexpr (Events) log->clear();
+            if constexpr (!Events) log->Clear();
+        };
+        call(clearLog, !Lamps);
         held.first = held.count = 0;
         held.holes = unsure;
         check();
     }
+
     void query() {
         revive();
-        std::string replies, expected;
-        int newest = 0;
-        std::memcpy(&newest, held.now[(next() + Capacity - 1) % Capacity].bytes, sizeof newest);
-        int const wanted = std::clamp(held.count, 0, Capacity);
-        for (int i = 0; i < wanted; ++i) {
-            Slot slot = held.now[(firstHeld() + i) % Capacity];
-            clearClient(slot);
-            expected.append(slot.bytes, Size);
-        }
-        call(
-            [&] {
-                replies.clear();
-                auto first = static_cast<unsigned>(firstHeld());
-                for (auto count = static_cast<unsigned>(wanted); log && count > 0;) {
-                    ZEB::ByteBuf reply;
-                    log->GetLogRecords(&first, &count, 0, reply);
-                    replies.append(reply.data() + 8, reply.size() - 8);
-                }
-                if constexpr (Events) log->IsCurrentFile(path(next() / Slots).c_str());
-                if constexpr (Measured) {  // a damaged pointer can make it hold 2^31 records
-                    if (held.count > Capacity) return;
-                    log->SaveToFile((path(0) + ".txt").c_str(), newest, 1 << 30);
-                }
-            },
-            false);
-        require(unsure || replies == expected, "a reply differs", Size);
+        std::string replies;
+        auto const ask = [&] {
+            replies = log ? fetchAll() : "";
+            if constexpr (Events) log->IsCurrentFile(path(next() / Slots).c_str());
+            // A damaged pointer can make it hold 2^31 records.
+            if constexpr (Measured) {
+                if (held.count > Capacity) return;
+                log->SaveToFile((path(0) + ".txt").c_str(), newestTime(), 1 << 30);
+            }
+        };
+        call(ask, false);
+        require(unsure || replies == expectedReplies(), "a reply differs", Size);
         settle(!unsure);
     }
+
+    void reopen() {
+        close();
+        unsure = false;
+        start(true, true);
+    }
+
     void open() {
         call([this] {
             static_cast<void>(log.release());  // as a power cut leaves it
@@ -223,14 +185,11 @@ struct Part {
             if constexpr (!Lamps) log->SetEnabled(true);
         });
     }
+
     void close() {
         call([this] { log.reset(); });
     }
-    void reopen() {
-        close();
-        unsure = false;
-        start(true, true);
-    }
+
     // All is lost but the backup: opening has to fetch it.
     void restore() {
         if (Lamps) return;
@@ -245,50 +204,10 @@ struct Part {
         start(!held.holes, true);
         dropBackup();
     }
+
     void dropBackup() {
         for (int i = 0; i <= Files && !Lamps; ++i) std::remove(backup(i).c_str());
         sync();
-    }
-
-    struct NamedOnDisk {
-        Slot const* disk;
-        int file;
-
-        Record recordAt(int slot) const { return recordIn(disk[file * Slots + slot]); }
-        ZEB::NamedFile state() const {
-            bool const begun = recordAt(0).isValid() &&
-                               ZEB::modifiedSincePointer(path(file).c_str(), path(Files).c_str());
-            return begun ? ZEB::NamedFile::Begun : ZEB::NamedFile::NotBegun;
-        }
-        std::int32_t timeAt(int slot) const { return recordKey(recordAt(slot)); }
-    };
-
-    // What the library's rules make of the files, read without its help; nothing where a
-    // backup has a say, or where the pointer names no file of the ring.
-    std::optional<ZEB::HeldRange> rangeByRules() const {
-        for (int i = 0; i <= Files; ++i) {
-            if (Lamps || exists(backup(i))) return {};
-        }
-        auto const disk = onDisk();
-        auto const recordAt = [&](int file, int slot) {
-            return recordIn(disk[static_cast<unsigned>(file * Slots + slot)]);
-        };
-        auto const look = [&](int file) {
-            return ZEB::FileFacts{file, file < Files ? recordKey(recordAt(file, 0)) : 0};
-        };
-        int named = 0;
-        bool const pointed = Measured && ZEB::readPointer(path(Files).c_str(), &named);
-        if (named < 0 || named >= Files) return {};
-        ZEB::FileFacts const start = look(named);
-        if (!pointed && start.isEmpty()) return ZEB::HeldRange{0, 0};
-        ZEB::Place const place = pointed ? ZEB::placeByPointer(start, {Files, Slots}, look,
-                                                               NamedOnDisk{disk.get(), named})
-                                         : ZEB::walk(start, Files, look);
-        int const file = place.file.index;
-        auto const inFile = [&](int slot) { return recordAt(file, slot); };
-        int const newest =
-            inFile(0).isValid() ? ZEB::findNewestSlot(inFile(0), Slots, inFile).slot : -1;
-        return ZEB::heldAt(place, newest, {Files, Slots});
     }
 
     // Another file of these bytes in its place; settle() then takes over what is sound.
@@ -307,95 +226,242 @@ struct Part {
         auto const byRules = rangeByRules();
         open();
         int const lost = settle(returned && !unsure);
-        range(held.first, held.count);
+        takeRange(held.first, held.count);
         bool const asRuled =
             !byRules || (held.first == byRules->first && held.count == byRules->count);
         require(unsure || asRuled, "the log goes on elsewhere than its files say", Size,
                 held.first);
         held.holes |= !returned && doubts > 1;
-        if (unsure || !placeKnown || held.holes) return lost;
-        int const end = next();
-        int const moved = (before + (Lamps ? Capacity - 1 : 1)) % Capacity;
-        // A move to the last file, cut short before its first record, is not noticed; that
-        // file then holds the oldest records, and a later start may find it.
-        bool const skipped = Measured && end == 0 && before == Capacity - Slots;
-        held.holes |= skipped;
-        require(end == before || (end == moved && (Lamps || !returned)) || skipped,
-                "the log goes on elsewhere", Size, end * 100 + before);
-        int const file = (end + Capacity - 1) % Capacity / Slots;
-        bool const wrapped = file + 1 < Files && held.now[(file + 1) * Slots].used();
-        int const count = wrapped || (end == 0 && held.count != 0) ? Capacity : end;
-        require(Lamps || held.count == count, "the log counts other records", Size, end);
+        if (!unsure && placeKnown && !held.holes) requirePlace(before, returned);
         return lost;
     }
 
-    // Compares the disk with the model, which then takes over what is there.
+    // Compares the disk with the model, which then takes over what is there. Returns how
+    // many records that the model was sure of are gone.
     int settle(bool returned) {
         int lost = 0;
         auto const disk = onDisk();
         for (int at = 0; at < Capacity; ++at) {
-            Slot& now = held.now[at];
             Slot const& found = disk[static_cast<unsigned>(at)];
             Doubt const doubt = returned && held.doubt[at] == Either ? Sure : held.doubt[at];
-            bool const differs = !(found == now);
-            lost += differs && doubt != Either && now.used();
-            if (differs && doubt == Sure) {
-                require(unsure && found == Slot{}, "a slot not written to changed", Size, at);
-                anew = true;
+            if (found != held.now[at]) {
+                if (doubt != Either && held.now[at].used()) ++lost;
+                requireAllowed(at, found, doubt);
             }
-            for (int i = 0; i < Size && differs && doubt == Either; ++i) {
-                char const byte = found.bytes[i];
-                require(byte == now.bytes[i] || byte == held.old[at].bytes[i],
-                        "a slot holds neither the old nor the new record", Size, at);
-            }
-            now = found;
+            held.now[at] = found;
             held.doubt[at] = Sure;
         }
         return lost;
     }
+
     // What lies in the files; zero where one is unfit.
     static std::unique_ptr<Slot[]> onDisk() {
         auto found = std::make_unique<Slot[]>(Capacity);
+        ZEB::FileHeader expected{{}, File::VersionData, File::RecordSize, Slots};
+        std::memcpy(expected.cookie, File::Cookie, sizeof expected.cookie);
         for (int file = 0; file < Files; ++file) {
-            char bytes[18 + Slots * Size], header[18] = {};
-            std::copy_n(File::Cookie, 12, header);
-            header[12] = 1, header[14] = Size, header[16] = Slots;
+            char bytes[FileSize];
             int const fd = ::open(path(file).c_str(), O_RDWR);
             bool const whole = pread(fd, bytes, sizeof bytes, 0) == sizeof bytes;
             if (fd != -1) ::close(fd);
             bytes[11] = '\0';  // not looked at
-            if (!whole || std::memcmp(bytes, header, sizeof header) != 0) continue;
-            for (int i = 0; i < Slots; ++i) {
-                std::copy_n(bytes + 18 + i * Size, Size,
-                            found[static_cast<unsigned>(file * Slots + i)].bytes);
+            if (!whole || std::memcmp(bytes, &expected, ZEB::HeaderSize) != 0) continue;
+            for (int slot = 0; slot < Slots; ++slot) {
+                std::copy_n(bytes + ZEB::HeaderSize + slot * Size, Size,
+                            found[static_cast<unsigned>(file * Slots + slot)].bytes);
             }
         }
         return found;
     }
 
   private:
+    static std::string backup(int file) {
+        std::string const from = path(file);
+        return (Events ? "/rig/backup/data" : "/mnt/sysdata/veklogs") +
+               from.substr(from.rfind('/'));
+    }
+
+    int firstHeld() const { return Lamps ? 0 : held.first; }
+
+    // The slot that the next record is written into.
+    int next() const {
+        auto const end = static_cast<int>((long{held.first} + held.count) % Capacity);
+        if (!Lamps) return (end + Capacity) % Capacity;  // a damaged pointer can be negative
+        return held.count < Capacity ? held.count : (held.first + Capacity - 1) % Capacity;
+    }
+
+    void moveOn() {
+        bool const full = held.count >= Capacity;
+        ++(full ? held.first : held.count);
+        if (!Lamps) return;
+        if (full) held.first %= Capacity;
+        if (!full) held.first = held.count < Capacity ? 0 : 1;
+    }
+
+    static Slot slotOf(int id) {
+        Slot slot = {};
+        int const time = 65500 + (Lamps ? id : id / 2);  // some neighbours share theirs
+        std::memset(slot.bytes, 'a' + id % 26, Size);
+        std::memcpy(slot.bytes, &time, sizeof time);
+        if (Lamps) std::memcpy(slot.bytes + 18, &time, sizeof time);
+        clearClient(slot);
+        return slot;
+    }
+
     static void clearClient(Slot& slot) {
         std::memset(slot.bytes + (Events ? 18 : Measured ? 16 : 34), 0, 2);
     }
-    void range(int& first, int& count) {
+
+    static Record recordIn(Slot const& slot) {
+        ZEB::ByteBuf bytes(slot.bytes, Size);
+        ZEB::ByteStream stream(&bytes);
+        Record record;
+        record.deserialize(stream);
+        return record;
+    }
+
+    void propose(int at) {
+        held.old[at] = held.now[at];
+        held.doubt[at] = Either;
+    }
+
+    void revive() {
+        if (!log) start(true, false);
+    }
+
+    void check() {
+        settle(!unsure);
+        int first = held.first;
+        int count = held.count;
+        takeRange(first, count);
+        require(first == held.first && count == held.count, "another first or count", Size, first);
+    }
+
+    // What was handed in is in its slot or counted as lost. A byte that the record shares
+    // with the one before could hide that the write was cut.
+    void requireCounted(int at, Slot const& wanted, bool placed) const {
+        Slot const& old = held.old[at];
+        if (!log || (placed && wanted.bytes[Size - 3] == old.bytes[Size - 3])) return;
+        auto const [lost, error] = log->GetLostRecords();
+        auto const stored = static_cast<unsigned>(placed && held.now[at] == wanted);
+        require(stored + lost - mLostBefore == mHanded, "lost without being counted", Size, at);
+        bool const missing = error == ENOENT;  // as when a restore fails
+        require(lost == mLostBefore || missing || error == (placed ? injected : ERANGE),
+                "lost for another reason", Size, error);
+    }
+
+    // Where a slot has not the record that the model has.
+    void requireAllowed(int at, Slot const& found, Doubt doubt) const {
+        if (doubt == Sure) {
+            require(unsure && found == Slot{}, "a slot not written to changed", Size, at);
+            madeAgain = true;
+        }
+        for (int i = 0; i < Size && doubt == Either; ++i) {
+            char const byte = found.bytes[i];
+            require(byte == held.now[at].bytes[i] || byte == held.old[at].bytes[i],
+                    "a slot holds neither the old nor the new record", Size, at);
+        }
+    }
+
+    // The log goes on where it would have, or one slot later where a write was cut.
+    void requirePlace(int before, bool returned) {
+        int const end = next();
+        int const moved = (before + (Lamps ? Capacity - 1 : 1)) % Capacity;
+        // A move to the last file, cut short before its first record, is not noticed; that
+        // file then holds the oldest records, and a later start may find it.
+        bool const skipped = Measured && end == 0 && before == Capacity - Slots;
+        held.holes |= skipped;
+        bool const oneOn = end == moved && (Lamps || !returned);
+        require(end == before || oneOn || skipped, "the log goes on elsewhere", Size,
+                end * 100 + before);
+        int const file = (end + Capacity - 1) % Capacity / Slots;
+        bool const wrapped = file + 1 < Files && held.now[(file + 1) * Slots].used();
+        int const count = wrapped || (end == 0 && held.count != 0) ? Capacity : end;
+        require(Lamps || held.count == count, "the log counts other records", Size, end);
+    }
+
+    struct NamedOnDisk {
+        Slot const* disk;
+        int file;
+
+        Record recordAt(int slot) const { return recordIn(disk[file * Slots + slot]); }
+        ZEB::NamedFile state() const {
+            bool const begun = recordAt(0).isValid() &&
+                               ZEB::modifiedSincePointer(path(file).c_str(), path(Files).c_str());
+            return begun ? ZEB::NamedFile::Begun : ZEB::NamedFile::NotBegun;
+        }
+        std::int32_t timeAt(int slot) const { return recordKey(recordAt(slot)); }
+    };
+
+    // What the library's rules make of the files, read without its help; nothing where a
+    // backup has a say, or where the pointer names no file of the ring.
+    std::optional<ZEB::HeldRange> rangeByRules() const {
+        if (Lamps || hasBackup()) return {};
+        int named = 0;
+        bool const pointed = Measured && ZEB::readPointer(path(Files).c_str(), &named);
+        if (named < 0 || named >= Files) return {};
+
+        auto const disk = onDisk();
+        auto const recordAt = [&](int file, int slot) {
+            return recordIn(disk[static_cast<unsigned>(file * Slots + slot)]);
+        };
+        auto const look = [&](int file) {
+            return ZEB::FileFacts{file, file < Files ? recordKey(recordAt(file, 0)) : 0};
+        };
+        ZEB::FileFacts const start = look(named);
+        if (!pointed && start.isEmpty()) return ZEB::HeldRange{0, 0};
+        ZEB::Place const place = pointed ? ZEB::placeByPointer(start, {Files, Slots}, look,
+                                                               NamedOnDisk{disk.get(), named})
+                                         : ZEB::walk(start, Files, look);
+        auto const inFile = [&](int slot) { return recordAt(place.file.index, slot); };
+        bool const empty = !inFile(0).isValid();
+        int const newest = empty ? -1 : ZEB::findNewestSlot(inFile(0), Slots, inFile).slot;
+        return ZEB::heldAt(place, newest, {Files, Slots});
+    }
+
+    static bool hasBackup() {
+        struct stat status {};
+        bool found = false;
+        for (int i = 0; i <= Files; ++i) found |= stat(backup(i).c_str(), &status) == 0;
+        return found;
+    }
+
+    int wantedCount() const { return std::clamp(held.count, 0, Capacity); }
+
+    std::string expectedReplies() const {
+        std::string expected;
+        for (int i = 0; i < wantedCount(); ++i) {
+            Slot slot = held.now[(firstHeld() + i) % Capacity];
+            clearClient(slot);
+            expected.append(slot.bytes, Size);
+        }
+        return expected;
+    }
+
+    std::string fetchAll() {
+        std::string replies;
+        auto first = static_cast<unsigned>(firstHeld());
+        auto count = static_cast<unsigned>(wantedCount());
+        while (count > 0) {
+            ZEB::ByteBuf reply;
+            log->GetLogRecords(&first, &count, 0, reply);
+            replies.append(reply.data() + 8, reply.size() - 8);
+        }
+        return replies;
+    }
+
+    int newestTime() const {
+        int time = 0;
+        std::memcpy(&time, held.now[(next() + Capacity - 1) % Capacity].bytes, sizeof time);
+        return time;
+    }
+
+    void takeRange(int& first, int& count) {
         if (!log) return;
         ZEB::ByteBuf reply;
         log->GetLogRange(reply);
         std::memcpy(&first, reply.data(), 4);
         std::memcpy(&count, reply.data() + 4, 4);
-    }
-    void propose(int at) {
-        held.old[at] = held.now[at];
-        held.doubt[at] = Either;
-    }
-    void revive() {
-        if (!log) start(true, false);
-    }
-    void check() {
-        settle(!unsure);
-        int first = held.first, count = held.count;
-        range(first, count);
-        require(first == held.first && count == held.count, "another first or count", Size, first);
     }
 
     // Runs the code under test, again where an allocation was made to fail.
@@ -403,7 +469,8 @@ struct Part {
     void call(Function function, bool reports = true) {
         off_t const told = lseek(STDERR_FILENO, 0, SEEK_CUR);
         bool threw = false;
-        for (bool done = mustReport = false; !done; watching = false) {
+        mustReport = false;
+        for (bool done = false; !done; watching = false) {
             try {
                 watching = true;
                 function();
@@ -420,6 +487,9 @@ struct Part {
         bool const silent = !threw && lseek(STDERR_FILENO, 0, SEEK_CUR) == told;
         require(!mustReport || !reports || !silent, "a failure was not reported", Size);
     }
+
+    std::uint64_t mHanded = 0;      // records, in the last store()
+    std::uint64_t mLostBefore = 0;  // records, before it
 };
 
 // The three logs, and a random life for them.
@@ -428,6 +498,7 @@ struct State {
     int id;
     unsigned random;
 };
+
 struct Rig {
     State& state;
     int const silenced = dup2(memfd_create("stderr", 0), STDERR_FILENO);
@@ -439,21 +510,30 @@ struct Rig {
 
     template <typename Function>
     void each(Function function) {
-        function(events), function(measured), function(lamps);
+        function(events);
+        function(measured);
+        function(lamps);
     }
+
     // Without lamps only a move of the measurement log flushes anything.
     void step(bool withLamps, bool withRestore) {
-        unsigned const number = (state.random = state.random * 1664525 + 1013904223) >> 8;
+        state.random = state.random * 1664525 + 1013904223;
+        unsigned const number = state.random >> 8;
         unsigned const what = number / 8 % 100;
-        auto const act = [&](auto& part) {
-            if (what < 80) return part.write(++state.id, !part.Lamps || what < 60);
-            if (what < 88) return part.reopen();
-            if (what < 94) return part.query();
-            if (what < 97) return part.clear();
-            if (withRestore) part.restore();
-        };
         unsigned const which = number % (withLamps ? 3 : 2);
-        which == 0 ? act(events) : which == 1 ? act(measured) : act(lamps);
+        if (which == 0) act(events, what, withRestore);
+        if (which == 1) act(measured, what, withRestore);
+        if (which == 2) act(lamps, what, withRestore);
+    }
+
+  private:
+    template <class Part>
+    void act(Part& part, unsigned what, bool withRestore) {
+        if (what < 80) return part.write(++state.id, !part.Lamps || what < 60);
+        if (what < 88) return part.reopen();
+        if (what < 94) return part.query();
+        if (what < 97) return part.clear();
+        if (withRestore) part.restore();
     }
 };
 

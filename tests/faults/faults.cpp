@@ -7,9 +7,12 @@
 #include <vector>
 
 #include "Rig.h"
+#include "msgclasses/Var.h"
 
-// faults KIND SEED STEPS STRIDE: a random life of the three logs. A child is forked
-// for each STRIDE-th fault of the kind, goes on from there and checks what it finds.
+// faults KIND SEED STEPS WHICH: a random life of the three logs. A child is forked for each
+// fault of the kind that is chosen, goes on from there and checks what it finds. WHICH is
+// a stride N, for every Nth fault, or @N, for fault N alone, in this process (@N,M: and
+// then for fault M).
 // Prints: kind, tried, failed, and the most records that each log lost where what had
 // been written was kept, and where it was dropped.
 namespace {
@@ -19,78 +22,111 @@ using namespace rig;
 struct Shared {
     State state;
     long tried, failed, lost[2][3];
-    char anew[400];  // the calls whose failure had a file made anew
+    char madeAgain[400];  // the calls whose failure had a file made again
 };
 auto& shared = *static_cast<Shared*>(
     mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 State own{};
 std::unique_ptr<Rig> rigged;
-bool withLamps = false, strict = true, isChild = false;
-int cutsLeft = 1, stepsLeft = 40;
-unsigned stride = 1, unit = 0;
-std::string failing;
-Fault failure;
+bool withLamps = false;
 
-bool inChild(std::string const& name, unsigned variant) {
-    if (unit++ % stride != 0) return false;
+unsigned stride = 1;
+std::string replayed;  // the numbers after the @
+std::string taken;     // the numbers of the faults that this process went on with
+unsigned faults = 0;   // passed so far
+bool isChild = false;
+int stepsLeft = 40;  // in a child
+
+// Whether this process goes on with the fault.
+bool takes(std::string const& name, unsigned variant) {
+    unsigned const number = faults++;
+    if (number % stride != 0) return false;
+    std::string const path = taken + (taken.empty() ? "" : ",") + std::to_string(number);
+    bool const isReplayed = (replayed + ',').rfind(path + ',', 0) == 0;
+    if (!replayed.empty() && !isReplayed) return false;
     ++shared.tried;
-    pid_t const pid = fork();
+    pid_t const pid = isReplayed ? 0 : fork();
     if (pid == 0) {
-        alarm(60);
+        if (!isReplayed) alarm(60);
+        taken = path;
         return isChild = true;
     }
     int status = 0;
     waitpid(pid, &status, 0);
-    if (status == 0) return false;
-    ++shared.failed;
-    std::printf("  fault %u: %s, variant %u, status %d\n", unit - 1, name.c_str(), variant, status);
-    std::fflush(stdout);
+    if (status != 0) {
+        ++shared.failed;
+        std::printf("  fault %s: %s, variant %u, status %d\n", path.c_str(), name.c_str(), variant,
+                    status);
+        std::fflush(stdout);
+    }
     return false;
 }
 
 void live(int steps, bool withRestore) {
-    for (; steps > 0 && stepsLeft > 0; --steps, stepsLeft -= isChild) {
+    for (; steps > 0 && stepsLeft > 0; --steps) {
         rigged->step(withLamps, withRestore);
+        if (isChild) --stepsLeft;
     }
 }
+
 void reopenAll() {
     rigged->each([](auto& part) { part.reopen(); });
 }
 
+// Power cuts
+
+// What the cut takes of the changes that were not flushed.
+enum Loss { Nothing, Everything, One, AllButOne, Half };
+
+int cutsLeft = 1;
+bool nothingLost = true;  // by any cut so far
+
 // Starts over what a cut, a kill or damage left.
-void recover(unsigned loss, bool placeKnown) {
-    static bool dropped = false;  // by an earlier cut, too
-    dropped |= loss > 0;
-    long* most = shared.lost[dropped];
+void recover(bool dropped, bool placeKnown) {
+    static bool droppedBefore = false;
+    droppedBefore |= dropped;
+    long* most = shared.lost[droppedBefore];
     rigged->each([&](auto& part) {
         *most = std::max<long>(*most, part.start(false, placeKnown));
         ++most;
     });
 }
 
+// What was not flushed may be anything from now on.
+template <class Part>
+void doubtUnflushed(Part& part) {
+    auto const now = part.onDisk();
+    swapWithFlushed();
+    auto const flushed = part.onDisk();
+    swapWithFlushed();
+    for (int at = 0; at < part.Capacity; ++at) {
+        bool const safe = now[at] == flushed[at];
+        require(!part.Lamps || safe || part.held.doubt[at] != Sure, "an unflushed lamp record");
+        if (!safe || !now[at].used()) part.held.doubt[at] = Anything;
+    }
+}
+
+void losePending(Loss loss) {
+    std::size_t const one = faults * 2654435761u % std::max<std::size_t>(pendingChanges(), 1);
+    lose([&](std::size_t i) {
+        bool const inHalf = (i * 2654435761u + one * 40503u) / 8 % 2 == 0;
+        bool const kept[] = {true, false, i != one, i == one, inHalf};
+        return kept[loss];
+    });
+}
+
 Fault cut(std::string const& name, std::size_t size, Change const* change);
 
-[[noreturn]] void powerCut(unsigned loss, bool whole) {
+// whole: no write was torn.
+[[noreturn]] void powerCut(Loss loss, bool whole) {
     onCall = --cutsLeft > 0 ? cut : nullptr;
-    strict = strict && loss == 0;
+    nothingLost = nothingLost && loss == Nothing;
     rigged->each([&](auto& part) {
-        auto const now = part.onDisk();
-        swapWithFlushed();
-        auto const flushed = part.onDisk();
-        swapWithFlushed();
-        for (int at = 0; at < part.Capacity && loss > 0; ++at) {
-            bool const safe = now[at] == flushed[at];
-            require(!part.Lamps || safe || part.held.doubt[at] != Sure, "an unflushed lamp record");
-            if (!safe || !now[at].used()) part.held.doubt[at] = Anything;
-        }
-        part.held.holes |= loss > 0 || !whole;
+        if (loss != Nothing) doubtUnflushed(part);
+        part.held.holes |= loss != Nothing || !whole;
     });
-    std::size_t const one = unit * 2654435761u % std::max<std::size_t>(pendingChanges(), 1);
-    lose([&](std::size_t i) {
-        return loss == 0 || (loss == 2 && i != one) || (loss == 3 && i == one) ||
-               (loss == 4 && (i * 2654435761u + one * 40503u) / 8 % 2 == 0);
-    });
-    recover(loss, strict && whole);
+    losePending(loss);
+    recover(loss != Nothing, nothingLost && whole);
     onCall = nullptr;
     rigged->each([](auto& part) { part.dropBackup(); });
     live(12, false);
@@ -98,22 +134,30 @@ Fault cut(std::string const& name, std::size_t size, Change const* change);
     std::_Exit(0);
 }
 
+// Cuts before the call, and within what it writes.
 Fault cut(std::string const& name, std::size_t size, Change const* change) {
     if (change == nullptr && name != "fsync" && name != "sync") return {};
     std::size_t const length = change != nullptr && size > 0 ? size : 1;
-    for (std::size_t tear = 0; tear<length; tear += length> 200 ? length / 9 : 1) {
-        for (unsigned loss = 0; loss < (tear == 0 ? 5 : 2); ++loss) {
-            if (!inChild(name + " at byte " + std::to_string(tear), loss)) continue;
-            if (tear > 0) {
-                Change part = *change;
-                part.bytes.resize(tear);
-                perform(part);
+    std::size_t const stepSize = length > 200 ? length / 9 : 1;
+    for (std::size_t written = 0; written < length; written += stepSize) {
+        for (Loss loss : {Nothing, Everything, One, AllButOne, Half}) {
+            if (written > 0 && loss > Everything) break;
+            if (!takes(name + " at byte " + std::to_string(written), loss)) continue;
+            if (written > 0) {
+                Change torn = *change;
+                torn.bytes.resize(written);
+                perform(torn);
             }
-            powerCut(loss, tear == 0);
+            powerCut(loss, written == 0);
         }
     }
     return {};
 }
+
+// Failing calls and allocations
+
+std::string failing;
+Fault failure;
 
 Fault failAgain(std::string const& name, std::size_t, Change const* change) {
     if (name != failing) return {};
@@ -124,72 +168,92 @@ Fault failAgain(std::string const& name, std::size_t, Change const* change) {
                                            name == "posix_fallocate" || name == "linkat");
     return failure;
 }
+
+// How a call fails. Cut short: only what transfers bytes.
+enum Way { Once, ForGood, Interrupted, CutShortForGood, CutShortOnce };
+
 Fault fail(std::string const& name, std::size_t size, Change const* change) {
-    for (unsigned variant = 0; variant < (size > 1 ? 5 : 3); ++variant) {  // odd: for good
-        if (!inChild(name, variant)) continue;
+    for (Way way : {Once, ForGood, Interrupted, CutShortForGood, CutShortOnce}) {
+        if (way > Interrupted && size <= 1) break;
+        if (!takes(name, way)) continue;
         bool const full = name == "pwrite" || name == "fwrite" || name == "posix_fallocate";
+        bool const opens = name.find("open") != std::string::npos;
         failing = name;
-        failure.error = full ? ENOSPC : name.find("open") != std::string::npos ? EMFILE : EIO;
-        if (variant == 2) failure.error = EINTR;
-        if (variant > 2) failure = {0, size / 2};
-        onCall = variant % 2 == 1 ? failAgain : nullptr;
+        failure.error = way == Interrupted ? EINTR : full ? ENOSPC : opens ? EMFILE : EIO;
+        if (way > Interrupted) failure = {0, size / 2};
+        onCall = way == ForGood || way == CutShortForGood ? failAgain : nullptr;
         return failAgain(name, size, change);
     }
     return {};
 }
+
 void failAllocation() {
-    for (unsigned variant = 0; variant < 2 && !isChild; ++variant) {
-        if (!inChild("allocation", variant)) continue;
-        if (variant == 0) onAllocation = nullptr;
-    }
-    if (!isChild) return;
+    if (!isChild && takes("allocation", Once)) onAllocation = nullptr;
+    if (!isChild && !takes("allocation", ForGood)) return;
     mustThrow = true;
     injected = ENOMEM;
     throw std::bad_alloc();
 }
 
-// Starts over a file of these bytes: what is sound in it stays, what is not is made anew.
+// Damage
+
+// Starts over a file of these bytes: what is sound in it stays, what is not is made again.
 template <class Part>
 void damage(Part& part, int file, std::string const& bytes) {
     part.spoil(file, bytes);
     part.settle(false);
-    powerCut(0, false);
+    powerCut(Nothing, false);
 }
+
+template <class Part>
+void damageFile(Part& part, int file) {
+    std::string bytes(static_cast<std::size_t>(part.FileSize), '\0');
+    int const fd = open(part.path(file).c_str(), O_RDWR);
+    pread(fd, &bytes[0], bytes.size(), 0);
+    close(fd);
+    for (unsigned bit = 0; bit < bytes.size() * 8; ++bit) {
+        std::string flipped = bytes;
+        flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << bit % 8));
+        if (takes("bit flip", bit)) damage(part, file, flipped);
+    }
+    std::string const longer = bytes + std::string(9, 'x');
+    for (unsigned length = 0; length < longer.size(); ++length) {
+        if (takes("length", length)) damage(part, file, longer.substr(0, length));
+    }
+}
+
 template <class Part>
 void damageAll(Part& part) {
     part.close();
-    for (int file = 0; file < part.FileCount; file += 2) {
-        std::string bytes(18 + static_cast<std::size_t>(part.SlotCount * part.Size), '\0');
-        int const fd = open(part.path(file).c_str(), O_RDWR);
-        pread(fd, &bytes[0], bytes.size(), 0);
-        close(fd);
-        for (unsigned bit = 0; bit < bytes.size() * 8; ++bit) {
-            std::string flipped = bytes;
-            flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << bit % 8));
-            if (inChild("bit flip", bit)) damage(part, file, flipped);
-        }
-        for (unsigned length = 0; length < bytes.size() + 9; ++length) {
-            std::string const longer = bytes + std::string(9, 'x');
-            if (inChild("length", length)) damage(part, file, longer.substr(0, length));
-        }
-    }
+    for (int file = 0; file < part.FileCount; file += 2) damageFile(part, file);
     char const* const pointers[] = {
         "",     " 3\n", "x",  "1x", "+2",  "0x3",        "4",
         "\xff", "-1",   "-7", "5",  "400", "2147483647", "99999999999999999999"};
     for (unsigned i = 0; i < std::size(pointers) && part.Measured; ++i) {
-        if (inChild("pointer", i)) damage(part, part.FileCount, pointers[i]);
+        if (takes("pointer", i)) damage(part, part.FileCount, pointers[i]);
     }
 }
+
+template <class Part>
+void emptyFiles(Part& part) {
+    part.close();
+    for (int file = 0; file < part.FileCount; ++file) part.spoil(file, "");
+    part.settle(false);
+    part.start(false, false);
+}
+
+// Kills, threads and long lives, on the machine's own disk
 
 void killed(int rounds) {
     for (shared.tried = 0; shared.tried < rounds; ++shared.tried) {
         pid_t const pid = fork();
-        for (isChild = pid == 0; isChild;) rigged->step(withLamps, false);
+        while (pid == 0) rigged->step(withLamps, false);
         usleep(static_cast<unsigned>(rand()) % 6000);
         int status = 0;
-        shared.failed += kill(pid, SIGKILL) != 0 || waitpid(pid, &status, 0) != pid ||
-                         !WIFSIGNALED(status) || WTERMSIG(status) != SIGKILL;
-        recover(0, true);
+        bool const wasKilled = kill(pid, SIGKILL) == 0 && waitpid(pid, &status, 0) == pid &&
+                               WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+        if (!wasKilled) ++shared.failed;
+        recover(false, true);
     }
 }
 
@@ -205,43 +269,106 @@ void soak(long operations) {
         if (shared.tried % 3 == 0) rigged->events.store(slot, true);
         if (shared.tried % 3 == 1) rigged->measured.store(slot, true);
         if (shared.tried % 3 == 2) rigged->lamps.store(slot, true);
-        if (shared.tried % 10000 == 0) rigged->each([](auto& part) { part.close(), part.open(); });
+        if (shared.tried % 10000 == 0) rigged->each([](auto& part) { part.close(); });
+        if (shared.tried % 10000 == 0) rigged->each([](auto& part) { part.open(); });
         if (shared.tried % (operations / 10) == 0) shared.failed += std::system(show.c_str());
     }
+}
+
+void append(ZEB::BasicMeasurementLog& log, int i) {
+    log.writeRecord(ZEB::MeasurementRecord(ZEB::TimeStamp(1 + i), 1));
+}
+
+void ask(ZEB::BasicMeasurementLog& log, int i) {
+    ZEB::Var const request(ZEB::ByteBuf(reinterpret_cast<char const*>(&i), sizeof i));
+    ZEB::ByteBuf reply;
+    unsigned first = 0;
+    unsigned short client = 0;
+    log.GetLogRange(reply);
+    log.GetLogRangeDates(request, reply);
+    log.SetupGetLogRecordsRange(request, &first, &client);
+    unsigned count = 9;
+    log.GetLogRecords(&first, &count, 1, reply);
+}
+
+void disturb(ZEB::BasicMeasurementLog& log, int i) {
+    if (i % 7 == 0) log.SaveToFile(rigged->measured.path(-1).c_str(), 0, i);
+    if (i % 19 == 0) log.Clear();
+    if (i % 31 == 0) log.close();
+    log.SetEnabled(log.GetCount() + log.GetFirst() + log.GetLostRecords().error >= 0);
+}
+
+void readFile(ZEB::EventFile& file, int i) {
+    bool const four = file.readRecords(0, 4).size() == 4;
+    require(four && file.readRecord(1 + i % 3).client() == 0, "read");
+    file.IsCurrentFile(rigged->events.path(0).c_str());
+}
+
+void writeFile(ZEB::EventFile& file, int i) {
+    file.writeRecord(ZEB::EventMsg(ZEB::TimeStamp(i), 1, 1, "written"), 1 + i % 3);
 }
 
 void threads(int rounds) {
     ZEB::EventFile file(0);
     auto& log = *rigged->measured.log;
-    std::function<void(int)> const actions[] = {
-        [&](int i) { log.writeRecord(ZEB::MeasurementRecord(ZEB::TimeStamp(1 + i), 1)); },
-        [&](int i) {
-            ZEB::ByteBuf reply;
-            unsigned first = static_cast<unsigned>(i), count = 9;
-            log.GetLogRange(reply);
-            log.GetLogRecords(&first, &count, 1, reply);
-        },
-        [&](int i) {
-            if (i % 7 == 0) log.SaveToFile(rigged->measured.path(-1).c_str(), 0, i);
-            if (i % 19 == 0) log.Clear();
-            if (i % 31 == 0) log.close();
-            log.SetEnabled(log.GetCount() + log.GetFirst() + log.GetLostRecords().error >= 0);
-        },
-        [&](int i) {
-            bool const four = file.readRecords(0, 4).size() == 4;
-            require(four && file.readRecord(1 + i % 3).client() == 0, "read");
-        },
-        [&](int i) {
-            file.writeRecord(ZEB::EventMsg(ZEB::TimeStamp(i), 1, 1, "written"), 1 + i % 3);
-        }};
     std::vector<std::thread> all;
-    for (int which : {0, 0, 1, 1, 2, 3, 3, 4}) {
-        all.emplace_back([&, which] {
-            for (int i = 0; i < rounds; ++i) actions[which](i);
+    auto const begin = [&](auto action, auto& object) {
+        all.emplace_back([&object, action, rounds] {
+            for (int i = 0; i < rounds; ++i) action(object, i);
         });
+    };
+    for (int i = 0; i < 2; ++i) {
+        begin(append, log);
+        begin(ask, log);
+        begin(readFile, file);
     }
+    begin(disturb, log);
+    begin(writeFile, file);
     for (std::thread& thread : all) thread.join();
     shared.tried = 8L * rounds;
+}
+
+// One life
+
+void makeLogs(State& state) {
+    watching = true;
+    while (!rigged) {
+        try {
+            rigged.reset(new Rig{state});
+        } catch (std::bad_alloc const&) {
+            onAllocation = nullptr;
+            mustThrow = false;
+        }
+    }
+    watching = false;
+}
+
+void run(std::string const& kind, int steps) {
+    if (kind == "kills") return killed(steps);
+    if (kind == "soak") return soak(steps * 1000000L);
+    if (kind == "threads") return threads(steps);
+    live(steps, kind != "image");
+    if (kind == "hostile") rigged->each([](auto& part) { damageAll(part); });
+    if (kind == "calls") rigged->each([](auto& part) { emptyFiles(part); });
+}
+
+void end(bool reopen) {
+    onCall = nullptr;
+    onAllocation = nullptr;
+    rigged->each([](auto& part) { part.close(); });
+    require(openDescriptors() == 0, "a descriptor stays open");
+    require(!leavesHidden() || failing == "unlink", "a hidden file stays");
+    if (madeAgain && std::strstr(shared.madeAgain, failing.c_str()) == nullptr) {
+        std::strcat(std::strcat(shared.madeAgain, " "), failing.c_str());
+    }
+    if (reopen) reopenAll();
+    rigged.reset();
+}
+
+void print(std::string const& kind) {
+    std::printf("%s\t%ld\t%ld\t", kind.c_str(), shared.tried, shared.failed);
+    for (auto const& lost : shared.lost) std::printf("%ld/%ld/%ld\t", lost[0], lost[1], lost[2]);
+    std::printf("%s\n", shared.madeAgain);
 }
 
 }  // namespace
@@ -260,56 +387,29 @@ void threads(int rounds) {
 int main(int argc, char** argv) {
     if (argc != 5) return 2;
     std::string const kind = argv[1];
-    bool const onMachine =
-        kind == "kills" || kind == "soak" || kind == "threads" || kind == "image";
+    std::string const which = argv[4];
+    bool const image = kind == "image";
+    bool const onMachine = image || kind == "kills" || kind == "soak" || kind == "threads";
     setenv("VEK_ROOT", "/rig", 1);
-    if (onMachine) makeRoot(kind == "image" ? argv[4] : nullptr);
+    if (onMachine) makeRoot(image ? argv[4] : nullptr);
     State& state = kind == "kills" ? shared.state : own;
     state.random = static_cast<unsigned>(std::atoi(argv[2]));
     withLamps = state.random % 2 == 0;
     makesNameless = state.random % 4 == 1 || state.random % 4 == 2;
-    int const steps = std::atoi(argv[3]);
-    stride = static_cast<unsigned>(std::atoi(argv[4]));
-    onAllocation = kind == "allocations" ? failAllocation : nullptr;
-    while (!rigged) try {
-            watching = true;
-            rigged.reset(new Rig{state});
-        } catch (std::bad_alloc const&) {
-            onAllocation = nullptr;
-            mustThrow = false;
-        }
-    watching = false;
-    cutsLeft = kind == "second_cuts" ? 2 : 1;
-    onCall = kind == "cuts" || kind == "second_cuts" ? cut : kind == "calls" ? fail : nullptr;
-    if (kind == "image")
-        rigged->each([](auto& part) { std::fill_n(part.held.doubt, 36, Anything); });
+    if (which[0] == '@') replayed = which.substr(1);
+    if (replayed.empty()) stride = static_cast<unsigned>(std::atoi(argv[4]));
+
+    if (kind == "allocations") onAllocation = failAllocation;
+    makeLogs(state);
+    if (kind == "cuts" || kind == "second_cuts") onCall = cut;
+    if (kind == "second_cuts") cutsLeft = 2;
+    if (kind == "calls") onCall = fail;
+    if (image) rigged->each([](auto& part) { std::fill_n(part.held.doubt, 36, Anything); });
     rigged->each([](auto& part) { part.start(false, false); });
-    if (kind == "kills") killed(steps);
-    if (kind == "soak") soak(steps * 1000000L);
-    if (kind == "threads") threads(steps);
-    if (!onMachine || kind == "image") live(steps, !onMachine);
-    if (kind == "hostile") rigged->each([](auto& part) { damageAll(part); });
-    if (kind == "calls") {
-        rigged->each([](auto& part) {
-            part.close();
-            for (int file = 0; file < part.FileCount; ++file) part.spoil(file, "");
-            part.settle(false);
-            part.start(false, false);
-        });
-    }
-    onCall = nullptr;
-    onAllocation = nullptr;
-    rigged->each([](auto& part) { part.close(); });
-    require(openDescriptors() == 0, "a descriptor stays open");
-    if (anew && std::strstr(shared.anew, failing.c_str()) == nullptr) {
-        std::strcat(std::strcat(shared.anew, " "), failing.c_str());
-    }
-    if (kind != "soak" && kind != "threads") reopenAll();
-    rigged.reset();
-    if (isChild || kind == "image") return 0;
+    run(kind, std::atoi(argv[3]));
+    end(kind != "soak" && kind != "threads");
+    if (isChild || image) return 0;
     if (onMachine) shared.failed += std::system("rm -r $VEK_ROOT");
-    std::printf("%s\t%ld\t%ld\t", argv[1], shared.tried, shared.failed);
-    for (auto const& lost : shared.lost) std::printf("%ld/%ld/%ld\t", lost[0], lost[1], lost[2]);
-    std::printf("%s\n", shared.anew);
+    print(kind);
     return shared.failed == 0 ? 0 : 1;
 }
