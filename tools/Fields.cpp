@@ -50,17 +50,4 @@ std::vector<Field<MeasurementRecord>> const& fieldsOf(MeasurementRecord const&) 
     return fields;
 }
 
-void drawRecord(EventMsg const&, Curve const&) {}
-
-void drawRecord(LightSourceRecord const& record, Curve const& curve) {
-    std::string const lamp = "lamp " + std::to_string(record.lampKind());
-    constexpr double MillisecondsOfHour = 3600e3;
-    curve(lamp + " burning hours", static_cast<double>(record.burningTime()) / MillisecondsOfHour);
-    curve(lamp + " ignitions", record.ignitions());
-}
-
-void drawRecord(MeasurementRecord const& record, Curve const& curve) {
-    forEachValue(record, [&](ValueKind kind, double value) { curve(kindName(kind), value); });
-}
-
 }  // namespace ZEB::tool

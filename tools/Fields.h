@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,11 +19,5 @@ struct Field {
 std::vector<Field<EventMsg>> const& fieldsOf(EventMsg const&);
 std::vector<Field<LightSourceRecord>> const& fieldsOf(LightSourceRecord const&);
 std::vector<Field<MeasurementRecord>> const& fieldsOf(MeasurementRecord const&);
-
-// What a plot draws of a record: the value of each named curve. Events have none.
-using Curve = std::function<void(std::string const& name, double value)>;
-void drawRecord(EventMsg const& record, Curve const& curve);
-void drawRecord(LightSourceRecord const& record, Curve const& curve);
-void drawRecord(MeasurementRecord const& record, Curve const& curve);
 
 }  // namespace ZEB::tool

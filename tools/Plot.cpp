@@ -1,12 +1,13 @@
 #include <sys/mman.h>
 
-#include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <memory>
 
 #include "Commands.h"
-#include "Fields.h"
+#include "Picture.h"
+#include "Quantities.h"
 #include "Select.h"
 #include "Survey.h"
 
@@ -14,98 +15,125 @@ namespace ZEB::tool {
 
 namespace {
 
-// No picture shows more points than this across, so a full ring is thinned out to
-// the least and the greatest value of each stretch of time.
-constexpr int Stretches = 2000;
+constexpr std::size_t Stretches = 1600;  // of a curve: more than there are pixels
+constexpr int Bars = 150;
 
-struct Point {
-    std::int64_t time;
-    double value;
-};
+template <class Kind>
+void gather(Log<Kind> const& log, Options const& options, Status& status, Gathered& gathered) {
+    Progress progress(log.bytes());
+    Cursor<Kind> cursor(log, spansOf(log, findPlace(log, Gaps::AreSkipped)),
+                        {options.filter, Order::OldestFirst, progress, status});
+    while (cursor.next()) gathered.add(cursor.record());
+}
 
-struct Extremes {
-    Point least;
-    Point greatest;
-};
+// "26,000,000 values"
+std::string counted(std::uint64_t count, std::string const& what) {
+    std::string text = std::to_string(count);
+    for (std::size_t end = text.size(); end > 3; end -= 3) text.insert(end - 3, ",");
+    return text + ' ' + what + (count == 1 ? "" : "s");
+}
 
-using Curves = std::map<std::string, std::map<std::int64_t, Extremes>>;
+// "6 hours"
+std::string durationText(std::int64_t seconds) {
+    constexpr std::pair<std::int64_t, char const*> Units[] = {
+        {86400, "day"}, {3600, "hour"}, {60, "minute"}, {1, "second"}};
+    for (auto const& [length, name] : Units) {
+        if (seconds % length == 0) {
+            return counted(static_cast<std::uint64_t>(seconds / length), name);
+        }
+    }
+    return "";
+}
 
-void add(std::map<std::int64_t, Extremes>& curve, std::int64_t stretch, Point const& point) {
-    auto const [place, isNew] = curve.try_emplace(stretch, Extremes{point, point});
-    if (isNew) return;
-    Extremes& extremes = place->second;
-    if (point.value < extremes.least.value) extremes.least = point;
-    if (point.value > extremes.greatest.value) extremes.greatest = point;
+std::string titleOf(std::string const& log, Options const& options, Gathered const& gathered) {
+    constexpr std::size_t MostBytes = 60;
+    std::string path = std::filesystem::absolute(options.paths.front()).lexically_normal();
+    if (path.size() > MostBytes) path = "..." + path.substr(path.size() - MostBytes);
+    auto const minute = [](std::int32_t seconds) {
+        std::string text = timeText(TimeStamp(seconds)).substr(0, 16);
+        text[10] = ' ';
+        return text;
+    };
+    return path + ": " + log + ", " + minute(gathered.first) + " to " + minute(gathered.last) +
+           " UTC, " + counted(gathered.records, "record");
+}
+
+// Those that the options mean and that find room, the ones with the most values.
+template <class Kind>
+std::vector<Curve> chosenCurves(Gathered const& gathered, Options const& options, Status& status) {
+    std::vector<Curve> const all = gathered.curves.list();
+    std::vector<Curve> chosen;
+    for (Curve const& curve : all) {
+        if (options.curve.empty() || nameOf<Kind>(curve.name).matches(options.curve)) {
+            chosen.push_back(curve);
+        }
+    }
+    if (chosen.empty() && !all.empty()) {
+        throw WrongUsage("no curve " + options.curve + "; there are " + namesOf<Kind>(all, 0));
+    }
+    if (!std::is_same_v<Kind, EventKind> && chosen.size() > MostPanels) {
+        status.complain(Sound, "not drawn, for want of room: " + namesOf<Kind>(chosen, MostPanels) +
+                                   "; choose with --curve, --channel or --lamp");
+        chosen.resize(MostPanels);
+    }
+    return chosen;
 }
 
 template <class Kind>
-Curves collect(Log<Kind> const& log, Options const& options, Status& status) {
-    auto const spans = spansOf(log, findPlace(log, Gaps::AreSkipped));
-    Progress progress(log.bytes());
-    auto const cursor = [&](Order order) {
-        return Cursor<Kind>(log, spans, {options.filter, order, progress, status});
-    };
-    auto const firstTime = [&](Order order) {
-        Cursor<Kind> first = cursor(order);
-        return first.next() ? std::int64_t{first.record().timeStamp().seconds()} : 0;
-    };
-    std::int64_t const from = firstTime(Order::OldestFirst);
-    std::int64_t const width =
-        std::max<std::int64_t>(1, (firstTime(Order::NewestFirst) - from) / Stretches);
-    Curves curves;
-    for (Cursor<Kind> all = cursor(Order::OldestFirst); all.next();) {
-        std::int64_t const time = all.record().timeStamp().seconds();
-        drawRecord(all.record(), [&](std::string const& name, double value) {
-            bool const isMeant = options.curve.empty() || name == options.curve;
-            if (isMeant && std::isfinite(value)) {
-                add(curves[name], (time - from) / width, {time, value});
-            }
-        });
+Picture pictureOf(Log<Kind> const& log, Options const& options, Status& status) {
+    options.filter.requireFieldsOf(Kind::Name);
+    Gathered gathered;
+    gather(log, options, status, gathered);
+    if (options.damaged) {
+        for (auto const& unfit : unfitFiles(log)) gather(unfit, options, status, gathered);
     }
-    return curves;
-}
-
-void writeScript(std::FILE* out, Curves const& curves, std::string const& image,
-                 std::string const& title) {
-    std::fprintf(out,
-                 "set terminal %s size 1200,600\n"
-                 "set title '%s' noenhanced\nset key outside noenhanced\n"
-                 "set xdata time\nset timefmt '%%s'\nset format x \"%%Y-%%m-%%d\\n%%H:%%M:%%S\"\n"
-                 "set xlabel 'UTC'\nset grid\n",
-                 image == "png" ? "pngcairo" : "svg", title.c_str());
-    int number = 0;
-    for (auto const& [name, curve] : curves) {
-        std::fprintf(out, "$curve%d << EOD\n", number++);
-        for (auto const& [stretch, extremes] : curve) {
-            auto const& [least, greatest] = extremes;
-            bool const leastFirst = least.time <= greatest.time;
-            for (Point const& point :
-                 {leastFirst ? least : greatest, leastFirst ? greatest : least}) {
-                std::fprintf(out, "%lld %.17g\n", static_cast<long long>(point.time), point.value);
-            }
-        }
-        std::fprintf(out, "EOD\n");
+    auto curves = chosenCurves<Kind>(gathered, options, status);
+    if (curves.empty()) throw CantRead("nothing to plot in " + options.paths.front());
+    Picture picture;
+    picture.title = titleOf(log.name(), options, gathered);
+    picture.from = gathered.first;
+    picture.to = gathered.last;
+    picture.stacked = std::is_same_v<Kind, EventKind>;
+    if (picture.stacked) {
+        std::int64_t const span = picture.to - picture.from;
+        picture.width = gathered.curves.draw(curves, Stretches, span / Bars);
+        joinRest(curves, MostSeverities, OtherSeverities);
+    } else {
+        picture.width = gathered.curves.draw(curves, Stretches);
     }
-    number = 0;
-    for (auto const& [name, curve] : curves) {
-        std::fprintf(out, "%s $curve%d using 1:2 with lines title '%s'", number == 0 ? "plot" : ",",
-                     number, name.c_str());
-        ++number;
+    std::string const width = durationText(picture.width);
+    if (!picture.stacked && picture.width > 1) {
+        picture.footnote = "each point stands for " + width +
+                           ": the line goes through the means, the band from least to greatest";
     }
-    std::fprintf(out, "\n");
+    if (!gathered.curves.isComplete()) {
+        picture.footnote += "  (very many curves: some of those with few values are not complete)";
+    }
+    std::sort(curves.begin(), curves.end(),
+              [](Curve const& left, Curve const& right) { return left.name < right.name; });
+    std::map<std::string, std::size_t> colours;  // a quantity has the same in all channels
+    for (Curve& curve : curves) {
+        CurveName const name = nameOf<Kind>(curve.name);
+        std::string const what = picture.stacked ? name.source : name.quantity;
+        std::size_t const colour = colours.try_emplace(what, colours.size()).first->second;
+        picture.panels.push_back(
+            {name.whole(), counted(curve.count, picture.stacked ? "event" : "value"),
+             picture.stacked ? "events in " + width : name.quantity, colour, std::move(curve)});
+    }
+    return picture;
 }
 
 using Stream = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 // The picture is passed on from here, where an output that can't be written is noticed.
-void draw(Curves const& curves, std::string const& image, std::string const& title) {
+void draw(Picture const& picture, std::string const& format) {
     int const memory = memfd_create("script", 0);  // inherited by gnuplot
     Stream const script(fdopen(memory, "w"), std::fclose);
     if (!script) throw CantRead("no memory for the picture");
-    writeScript(script.get(), curves, image, title);
+    writeScript(script.get(), picture, format);
     std::fflush(script.get());
-    // Its settings files are left out: a picture is to look the same everywhere.
-    std::string const command = "gnuplot -d /dev/fd/" + std::to_string(memory);
+    // Its settings files and locale are left out: a picture is to look the same everywhere.
+    std::string const command = "LC_ALL=C.UTF-8 gnuplot -d /dev/fd/" + std::to_string(memory);
     Stream gnuplot(popen(command.c_str(), "r"), pclose);
     if (!gnuplot) throw CantRead("gnuplot can't be started");
     char piece[4096];
@@ -118,21 +146,14 @@ void draw(Curves const& curves, std::string const& image, std::string const& tit
 }  // namespace
 
 void plot(Options const& options, Status& status) {
-    auto const logs = chosenLogs(options, status);
-    if (logs.empty()) return;
-    AnyLog const& chosen = logs.front();
-    if (std::holds_alternative<Log<EventKind>>(chosen)) {
-        throw WrongUsage("events have no values to plot");
+    for (AnyLog const& any : chosenLogs(options, status)) {
+        std::visit(
+            [&](auto const& log) {
+                complainOfLosses(log, options.damaged ? Advice::None : Advice::ShowDamaged, status);
+                draw(pictureOf(log, options, status), options.image);
+            },
+            any);
     }
-    Curves curves;
-    std::visit(
-        [&](auto const& log) {
-            complainOfLosses(log, Advice::None, status);
-            curves = collect(log, options, status);
-        },
-        chosen);
-    if (curves.empty()) throw CantRead("nothing to plot in " + options.paths.front());
-    draw(curves, options.image, std::visit([](auto const& log) { return log.name(); }, chosen));
 }
 
 }  // namespace ZEB::tool

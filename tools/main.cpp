@@ -99,12 +99,16 @@ void addShow(CLI::App& command, Options& options) {
 void addPlot(CLI::App& command, Options& options) {
     addLog(command, options);
     addPeriod(command, options);
+    addFilter(command, options.filter);
+    addDamaged(command, options);
     addParsed(command, "--image", "FORMAT", "svg (the default) or png", "svg or png",
               [&options](std::string const& text) {
                   options.image = text;
                   return text == "svg" || text == "png";
               });
-    command.add_option("--curve", options.curve, "One curve only, by its name in the key")
+    command
+        .add_option("--curve", options.curve,
+                    "Only curves of this name, such as \"temperature\" or \"lamp 2 ignitions\"")
         ->type_name("NAME");
 }
 
@@ -128,7 +132,7 @@ void addCommands(CLI::App& app, Options& options, Command& chosen) {
     addFormat(
         *add("verify", "Read every slot and report damage; exit code 1 if there is any", verify),
         options);
-    addPlot(*add("plot", "Draw measurements or lamp statistics over time", plot, false), options);
+    addPlot(*add("plot", "Draw a log over time", plot, false), options);
 }
 
 ExitCode run(Command command, Options const& options) {

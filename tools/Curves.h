@@ -1,0 +1,116 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace ZEB::tool {
+
+// What a curve showed in a stretch of time.
+struct Stretch {
+    std::uint64_t curve = 0;
+    std::int32_t index = 0;   // it begins at index * width seconds since 1970
+    std::uint32_t count = 0;  // of values; 0: a free place
+    std::uint32_t steps = 0;  // from one second with a value to a later one
+    std::int32_t first = 0;   // the earliest and the latest of these seconds
+    std::int32_t last = 0;
+    double least = 0;
+    double greatest = 0;
+    double sum = 0;
+
+    void add(std::int32_t seconds, double value) {
+        ++count;
+        if (seconds > last) {
+            last = seconds;
+            ++steps;
+        } else if (seconds < first) {
+            first = seconds;
+        }
+        if (value < least) least = value;
+        if (value > greatest) greatest = value;
+        sum += value;
+    }
+    void join(Stretch const& other);
+    double mean() const;
+    std::int64_t middle() const { return (std::int64_t{first} + last) / 2; }
+};
+
+struct Curve {
+    std::uint64_t name = 0;
+    std::uint64_t count = 0;           // of values
+    std::vector<Stretch> stretches{};  // in the order of time
+    std::int64_t longestPause = 0;     // seconds; in a longer one nothing was measured
+
+    bool pausesAfter(std::size_t i) const {
+        return std::int64_t{stretches[i + 1].first} - stretches[i].last > longestPause;
+    }
+};
+
+// Curves over time, thinned out while they come: any number of values takes the same
+// memory, and of each stretch of time the least, the greatest and the mean value
+// stay, so that no spike is lost. Stretches have one width for all curves.
+class Curves {
+  public:
+    void add(std::uint64_t curve, std::int32_t seconds, double value) {
+        if (!(value - value == 0)) {
+            ++mNotFinite;
+            return;
+        }
+        if (!mComplete && !admits(curve)) return;
+        if (seconds < mBegin || seconds >= mEnd) turnTo(seconds);
+        Stretch& place = find(curve, mIndex);
+        if (place.count == 0) {
+            begin(curve, seconds, value);
+        } else {
+            place.add(seconds, value);
+        }
+    }
+
+    // Those with the most values first, as yet without their stretches.
+    std::vector<Curve> list() const;
+    // Fills in at most perCurve (2 or more) stretches for each, of leastWidth seconds
+    // or more, and returns their width.
+    std::int64_t draw(std::vector<Curve>& curves, std::size_t perCurve,
+                      std::int64_t leastWidth = 1) const;
+
+    std::uint64_t notFinite() const { return mNotFinite; }  // values left out
+    // Else there were too many curves, and of those with few values some are missing.
+    bool isComplete() const { return mComplete; }
+
+  private:
+    static constexpr int HashBits = 18;
+    static constexpr std::size_t Places = std::size_t{1} << HashBits;
+
+    static std::size_t hash(std::uint64_t curve, std::int32_t index) {
+        // The golden ratio spreads what is counted up, as stretches are.
+        std::uint64_t const both = curve * 0xd6e8feb86659fd93U + static_cast<std::uint32_t>(index);
+        return static_cast<std::size_t>((both * 0x9e3779b97f4a7c15U) >> (64 - HashBits));
+    }
+    Stretch& find(std::uint64_t curve, std::int32_t index) {
+        for (std::size_t i = hash(curve, index);; i = (i + 1) % Places) {
+            Stretch& place = mPlaces[i];
+            if ((place.index == index && place.curve == curve) || place.count == 0) return place;
+        }
+    }
+    void turnTo(std::int64_t seconds);
+    bool admits(std::uint64_t curve);
+    void begin(std::uint64_t curve, std::int32_t seconds, double value);
+    void makeRoom();
+    void insert(Stretch const& stretch);
+
+    std::vector<Stretch> mPlaces = std::vector<Stretch>(Places);
+    std::size_t mUsed = 0;
+    std::size_t mRung = 0;
+    std::int32_t mIndex = 0;  // of the stretch that was turned to
+    std::int64_t mBegin = 0;
+    std::int64_t mEnd = 0;
+    std::uint64_t mNotFinite = 0;
+    bool mComplete = true;
+    std::vector<bool> mMet = std::vector<bool>(Places);  // by hash, whether a curve has begun
+    std::uint64_t mStrangers = 0;
+};
+
+// Makes one curve of all that come after the first ones.
+void joinRest(std::vector<Curve>& curves, std::size_t first, std::uint64_t name);
+
+}  // namespace ZEB::tool
