@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace ZEB::tool {
 
@@ -25,11 +27,18 @@ class Status {
     void complain(ExitCode code, std::string const& what) {
         std::fprintf(stderr, "veklogs: %s\n", what.c_str());
         note(code);
+        if (mListener) mListener(what);
     }
     ExitCode code() const { return mCode; }
 
+    // Hears all complaints from now on, too.
+    void setListener(std::function<void(std::string const&)> listener) {
+        mListener = std::move(listener);
+    }
+
   private:
     ExitCode mCode = Sound;
+    std::function<void(std::string const&)> mListener;
 };
 
 }  // namespace ZEB::tool

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -30,6 +31,14 @@ struct Slots {
     }
 };
 
+// What verifying tells of a log, row by row.
+inline std::vector<Heading> const& verifyHeadings() {
+    static std::vector<Heading> const headings{{"file", -26},   {"slot", 5},     {"used", 5},
+                                               {"oldest", -27}, {"newest", -27}, {"finding", -5}};
+    return headings;
+}
+using Rows = std::function<void(std::vector<Cell> const&)>;
+
 // Reads every file of a log from its first byte to its last and compares each
 // record with the one before it. One row for each sound file, one for each fault.
 // Whatever is found is looked at once more, since the log may be written meanwhile.
@@ -38,12 +47,17 @@ class Verifier {
     using Record = typename Kind::Record;
 
   public:
-    Verifier(Log<Kind> const& log, Table& table, Status& status, Progress& progress)
+    // Is told each record, once.
+    using Observer = std::function<void(int file, int slot, Record const& record)>;
+
+    Verifier(Log<Kind> const& log, Rows rows, Status& status, Progress& progress,
+             Observer observer = {})
         : mLog(log),
           mPlace(findPlace(log, Gaps::AreSkipped)),
-          mTable(table),
+          mRows(std::move(rows)),
           mStatus(status),
           mProgress(progress),
+          mObserver(std::move(observer)),
           mReader(progress) {}
 
     void run() {
@@ -106,7 +120,7 @@ class Verifier {
     // The two may share a terminal.
     void row(std::vector<Cell> const& cells) {
         mProgress.erase();
-        mTable.row(cells);
+        mRows(cells);
     }
 
     // Returns the last file of the gap.
@@ -128,6 +142,7 @@ class Verifier {
             [&]() -> Findings {
                 mHasKey = hadKey;
                 mLastKey = lastKey;
+                mObserves = mObserver && looks == 0;
                 if (looks++ > 0) {
                     mLog = lookAgain(mLog);
                     mPlace = findPlace(mLog, Gaps::AreSkipped);
@@ -187,6 +202,7 @@ class Verifier {
             content.unused.add(slot);
             return;
         }
+        if (mObserves) mObserver(index, slot, record);
         content.used.add(slot);
         if (content.unused.count > 0) content.afterUnused.add(slot);
         TimeStamp const time = record.timeStamp();
@@ -260,9 +276,11 @@ class Verifier {
     Log<Kind> mLog;
     Place<Kind> mPlace;
     Survey mSurvey;
-    Table& mTable;
+    Rows mRows;
     Status& mStatus;
     Progress& mProgress;
+    Observer mObserver;
+    bool mObserves = false;
     SlotReader<Kind> mReader;
     bool mHasKey = false;
     std::int32_t mLastKey = 0;

@@ -4,12 +4,8 @@
 namespace ZEB::tool {
 
 void verify(Options const& options, Status& status) {
-    Table table(options.format, {{"file", -26},
-                                 {"slot", 5},
-                                 {"used", 5},
-                                 {"oldest", -27},
-                                 {"newest", -27},
-                                 {"finding", -5}});
+    Table table(options.format, verifyHeadings());
+    auto const print = [&](std::vector<Cell> const& cells) { table.row(cells); };
     for (std::string const& path : options.paths) {
         try {
             auto const logs = findLogs(path, status);
@@ -19,7 +15,7 @@ void verify(Options const& options, Status& status) {
             }
             Progress progress(total);
             for (AnyLog const& any : logs) {
-                std::visit([&](auto const& log) { Verifier(log, table, status, progress).run(); },
+                std::visit([&](auto const& log) { Verifier(log, print, status, progress).run(); },
                            any);
             }
         } catch (CantRead const& failure) {
