@@ -31,6 +31,7 @@ void show(Options const& options, Status& status);
 void exportText(Options const& options, Status& status);
 void verify(Options const& options, Status& status);
 void plot(Options const& options, Status& status);
+void report(Options const& options, Status& status);
 
 // The one log of each path that the options mean, all of one kind. Paths without it
 // are complained of and left out.

@@ -182,6 +182,11 @@ std::int64_t Curves::draw(std::vector<Curve>& curves, std::size_t perCurve,
     return widthOf(rung);
 }
 
+void sortByName(std::vector<Curve>& curves) {
+    std::sort(curves.begin(), curves.end(),
+              [](Curve const& left, Curve const& right) { return left.name < right.name; });
+}
+
 void joinRest(std::vector<Curve>& curves, std::size_t first, std::uint64_t name) {
     if (curves.size() <= first) return;
     Curve rest{name};

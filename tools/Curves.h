@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -32,7 +33,10 @@ struct Stretch {
     }
     void join(Stretch const& other);
     double mean() const;
-    std::int64_t middle() const { return (std::int64_t{first} + last) / 2; }
+    // Where it is drawn: at the same time for all curves that go through it.
+    std::int64_t middle(std::int64_t width) const {
+        return std::clamp<std::int64_t>(index * width + width / 2, first, last);
+    }
 };
 
 struct Curve {
@@ -110,6 +114,7 @@ class Curves {
     std::uint64_t mStrangers = 0;
 };
 
+void sortByName(std::vector<Curve>& curves);
 // Makes one curve of all that come after the first ones.
 void joinRest(std::vector<Curve>& curves, std::size_t first, std::uint64_t name);
 

@@ -35,6 +35,10 @@ struct Log {
     std::string name() const {
         return version.empty() ? Kind::Name : std::string(Kind::Name) + ' ' + version;
     }
+    // Whether a user who names it so means it.
+    bool isCalled(std::string const& wanted) const {
+        return wanted.empty() || wanted == name() || wanted == Kind::Name;
+    }
     std::string filePath(int index) const {
         auto const sound = paths.find(index);
         if (sound != paths.end()) return sound->second;

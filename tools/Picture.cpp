@@ -180,8 +180,9 @@ class Script {
             bool const ends = i + 1 == curve.stretches.size() || curve.pausesAfter(i);
             if ((begins && ends) == alone) {
                 std::fprintf(mOut, "%lld %.17g %.17g %.17g\n%s",
-                             number(stretch.middle() - mPicture.from), drawable(stretch.mean()),
-                             drawable(stretch.least), drawable(stretch.greatest), ends ? "\n" : "");
+                             number(stretch.middle(mPicture.width) - mPicture.from),
+                             drawable(stretch.mean()), drawable(stretch.least),
+                             drawable(stretch.greatest), ends ? "\n" : "");
                 hasAny = true;
             }
             begins = ends;

@@ -109,8 +109,7 @@ Picture pictureOf(Log<Kind> const& log, Options const& options, Status& status) 
     if (!gathered.curves.isComplete()) {
         picture.footnote += "  (very many curves: some of those with few values are not complete)";
     }
-    std::sort(curves.begin(), curves.end(),
-              [](Curve const& left, Curve const& right) { return left.name < right.name; });
+    sortByName(curves);
     std::map<std::string, std::size_t> colours;  // a quantity has the same in all channels
     for (Curve& curve : curves) {
         CurveName const name = nameOf<Kind>(curve.name);

@@ -101,11 +101,8 @@ AnyLog chosenLog(std::string const& path, Options const& options, Status& status
     for (AnyLog& any : findLogs(path, status)) {
         std::visit(
             [&](auto const& log) {
-                std::string const name = log.name();
-                names += (names.empty() ? "" : ", ") + name;
-                bool const isMeant = options.log.empty() || options.log == name ||
-                                     options.log == name.substr(0, name.find(' '));
-                if (isMeant) chosen.push_back(std::move(any));
+                names += (names.empty() ? "" : ", ") + log.name();
+                if (log.isCalled(options.log)) chosen.push_back(std::move(any));
             },
             any);
     }

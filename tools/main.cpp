@@ -133,6 +133,10 @@ void addCommands(CLI::App& app, Options& options, Command& chosen) {
         *add("verify", "Read every slot and report damage; exit code 1 if there is any", verify),
         options);
     addPlot(*add("plot", "Draw a log over time", plot, false), options);
+    CLI::App& reporting = *add("report", "Write one HTML page that shows all there is", report);
+    addLog(reporting, options);
+    addPeriod(reporting, options);
+    addFilter(reporting, options.filter);
 }
 
 ExitCode run(Command command, Options const& options) {
