@@ -1,5 +1,7 @@
 #pragma once
 
+#include <endian.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -17,13 +19,12 @@ class WireImage {
     char* data() { return mBytes.data(); }
     char const* data() const { return mBytes.data(); }
 
+    // Whole words, which compilers make one instruction of, as they don't of shifts.
     template <typename T>
     T get(std::size_t offset) const {
-        Bits<T> bits = 0;
-        for (std::size_t i = 0; i < sizeof(T); ++i) {
-            auto const byte = static_cast<unsigned char>(mBytes[offset + i]);
-            bits = static_cast<Bits<T>>(bits | static_cast<Bits<T>>(Bits<T>{byte} << (8 * i)));
-        }
+        Bits<T> bits;
+        std::memcpy(&bits, &mBytes[offset], sizeof bits);
+        bits = swappedOnBigEndian(bits);
         T value;
         std::memcpy(&value, &bits, sizeof value);
         return value;
@@ -33,9 +34,8 @@ class WireImage {
     void set(std::size_t offset, T value) {
         Bits<T> bits;
         std::memcpy(&bits, &value, sizeof bits);
-        for (std::size_t i = 0; i < sizeof(T); ++i) {
-            mBytes[offset + i] = static_cast<char>((bits >> (8 * i)) & 0xff);
-        }
+        bits = swappedOnBigEndian(bits);
+        std::memcpy(&mBytes[offset], &bits, sizeof bits);
     }
 
   private:
@@ -43,6 +43,10 @@ class WireImage {
     using Bits =
         std::conditional_t<sizeof(T) == 8, std::uint64_t,
                            std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint16_t>>;
+
+    static std::uint16_t swappedOnBigEndian(std::uint16_t bits) { return htole16(bits); }
+    static std::uint32_t swappedOnBigEndian(std::uint32_t bits) { return htole32(bits); }
+    static std::uint64_t swappedOnBigEndian(std::uint64_t bits) { return htole64(bits); }
 
     std::array<char, Size> mBytes{};
 };
