@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <tuple>
 #include <unordered_map>
@@ -95,47 +96,62 @@ void Curves::turnTo(std::int64_t seconds) {
 }
 
 // Where there are too many curves, one with many values still gets its place soon.
-bool Curves::admits(std::uint64_t curve) {
-    constexpr std::uint64_t Chance = 64;
-    return mMet[hash(curve, 0)] || ++mStrangers % Chance == 0;
+bool Curves::admits() {
+    constexpr std::uint64_t Chance = 4096;
+    constexpr std::uint64_t MostAdmitted = MostCurves / 2;
+    ++mStrangers;
+    if (mStrangers % (Chance * MostAdmitted) == 0) makeRoom();
+    return mStrangers % Chance == 0;
 }
 
-void Curves::begin(std::uint64_t curve, std::int32_t seconds, double value) {
+void Curves::meet(std::uint64_t curve) {
+    if (!mComplete) mMet[curve * HashFactor >> (64 - MetBits)] = true;
+}
+
+// Makes an empty stretch, unless the curve has one there when room was made.
+Stretch& Curves::begin(std::uint64_t curve, std::int32_t seconds) {
     if (mUsed >= Places / 2) {
         while (mUsed > Places / 4) makeRoom();
+        turnTo(seconds);
     }
-    turnTo(seconds);
-    insert({curve, mIndex, 1, 0, seconds, seconds, value, value, value});
-}
-
-void Curves::insert(Stretch const& stretch) {
-    Stretch& place = find(stretch.curve, stretch.index);
-    if (place.count > 0) {
-        place.join(stretch);
-        return;
-    }
-    place = stretch;
-    mMet[hash(stretch.curve, 0)] = true;
+    Stretch& place = find(curve, mIndex);
+    if (place.count > 0) return place;
+    constexpr double Infinity = std::numeric_limits<double>::infinity();
+    place = {curve, mIndex, 0, 0, seconds, seconds, Infinity, -Infinity, 0};
+    meet(curve);
     ++mUsed;
+    return place;
 }
 
 // Either the curves with the fewest values go or all stretches become wider.
 void Curves::makeRoom() {
     auto curves = list();
-    std::unordered_set<std::uint64_t> kept;
     bool const tooMany = curves.size() > MostCurves;
     if (tooMany) {
         mComplete = false;
         curves.resize(MostCurves / 2);
-        mMet.assign(mMet.size(), false);
+        curves.shrink_to_fit();
+        mMet.assign(std::size_t{1} << MetBits, false);
     }
+    std::unordered_set<std::uint64_t> kept;
     for (Curve const& curve : curves) kept.insert(curve.name);
-    std::vector<Stretch> const all = std::exchange(mPlaces, std::vector<Stretch>(Places));
+    std::vector<Stretch> stretches;
+    for (Stretch& place : mPlaces) {
+        if (place.count > 0 && kept.count(place.curve) > 0) stretches.push_back(place);
+        place.count = 0;
+    }
+    mLast.assign(Shortcuts, &mNone);
     mUsed = 0;
-    for (Stretch stretch : all) {
-        if (stretch.count == 0 || kept.count(stretch.curve) == 0) continue;
+    for (Stretch& stretch : stretches) {
         if (!tooMany) widen(stretch, mRung);
-        insert(stretch);
+        Stretch& place = find(stretch.curve, stretch.index);
+        if (place.count > 0) {
+            place.join(stretch);
+            continue;
+        }
+        place = stretch;
+        meet(stretch.curve);
+        ++mUsed;
     }
     if (!tooMany) ++mRung;
 }

@@ -55,19 +55,24 @@ struct Curve {
 // stay, so that no spike is lost. Stretches have one width for all curves.
 class Curves {
   public:
+    Curves() = default;
+    Curves(Curves const&) = delete;
+    Curves& operator=(Curves const&) = delete;
+
     void add(std::uint64_t curve, std::int32_t seconds, double value) {
         if (!(value - value == 0)) {
             ++mNotFinite;
             return;
         }
-        if (!mComplete && !admits(curve)) return;
+        if (!mComplete && !mMet[curve * HashFactor >> (64 - MetBits)] && !admits()) return;
         if (seconds < mBegin || seconds >= mEnd) turnTo(seconds);
-        Stretch& place = find(curve, mIndex);
-        if (place.count == 0) {
-            begin(curve, seconds, value);
-        } else {
-            place.add(seconds, value);
+        // Mostly the stretch that the curve came to before.
+        Stretch*& last = mLast[(curve ^ curve >> 12) % Shortcuts];
+        if (last->curve != curve || last->index != mIndex) {
+            last = &find(curve, mIndex);
+            if (last->count == 0) last = &begin(curve, seconds);
         }
+        last->add(seconds, value);
     }
 
     // Those with the most values first, as yet without their stretches.
@@ -82,13 +87,18 @@ class Curves {
     bool isComplete() const { return mComplete; }
 
   private:
+    static constexpr std::uint64_t HashFactor = 0x9e3779b97f4a7c15;
     static constexpr int HashBits = 18;
+    static constexpr int MetBits = 22;
     static constexpr std::size_t Places = std::size_t{1} << HashBits;
+    static constexpr std::size_t Shortcuts = 1024;
 
+    // Neighbours in time are neighbours in memory, sixteen by sixteen.
     static std::size_t hash(std::uint64_t curve, std::int32_t index) {
-        // The golden ratio spreads what is counted up, as stretches are.
-        std::uint64_t const both = curve * 0xd6e8feb86659fd93U + static_cast<std::uint32_t>(index);
-        return static_cast<std::size_t>((both * 0x9e3779b97f4a7c15U) >> (64 - HashBits));
+        auto const number = static_cast<std::uint32_t>(index);
+        std::uint64_t const mixed = (curve * 0xd6e8feb86659fd93U + number / 16) * HashFactor;
+        return static_cast<std::size_t>(mixed >> (64 - HashBits) & ~std::uint64_t{15}) +
+               number % 16;
     }
     Stretch& find(std::uint64_t curve, std::int32_t index) {
         for (std::size_t i = hash(curve, index);; i = (i + 1) % Places) {
@@ -97,12 +107,14 @@ class Curves {
         }
     }
     void turnTo(std::int64_t seconds);
-    bool admits(std::uint64_t curve);
-    void begin(std::uint64_t curve, std::int32_t seconds, double value);
+    bool admits();
+    void meet(std::uint64_t curve);
+    Stretch& begin(std::uint64_t curve, std::int32_t seconds);
     void makeRoom();
-    void insert(Stretch const& stretch);
 
     std::vector<Stretch> mPlaces = std::vector<Stretch>(Places);
+    Stretch mNone{~std::uint64_t{0}};
+    std::vector<Stretch*> mLast = std::vector<Stretch*>(Shortcuts, &mNone);
     std::size_t mUsed = 0;
     std::size_t mRung = 0;
     std::int32_t mIndex = 0;  // of the stretch that was turned to
@@ -110,8 +122,8 @@ class Curves {
     std::int64_t mEnd = 0;
     std::uint64_t mNotFinite = 0;
     bool mComplete = true;
-    std::vector<bool> mMet = std::vector<bool>(Places);  // by hash, whether a curve has begun
-    std::uint64_t mStrangers = 0;
+    std::vector<bool> mMet;        // by hash, whether a curve has begun
+    std::uint64_t mStrangers = 0;  // values of curves that had not
 };
 
 void sortByName(std::vector<Curve>& curves);

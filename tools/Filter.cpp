@@ -36,10 +36,10 @@ bool Numbers::parse(std::string const& text) {
     return true;
 }
 
-bool Numbers::contain(std::uint32_t number) const {
-    return areAll() || std::any_of(mRanges.begin(), mRanges.end(), [&](auto const& range) {
-               return range.first <= number && number <= range.second;
-           });
+bool Numbers::isNamed(std::uint32_t number) const {
+    return std::any_of(mRanges.begin(), mRanges.end(), [&](auto const& range) {
+        return range.first <= number && number <= range.second;
+    });
 }
 
 bool Filter::matches(EventMsg const& record) const {

@@ -24,9 +24,11 @@ class Numbers {
     bool parse(std::string const& text);
 
     bool areAll() const { return mRanges.empty(); }
-    bool contain(std::uint32_t number) const;
+    bool contain(std::uint32_t number) const { return areAll() || isNamed(number); }
 
   private:
+    bool isNamed(std::uint32_t number) const;
+
     std::vector<std::pair<std::uint32_t, std::uint32_t>> mRanges;  // both ends included
 };
 

@@ -1,33 +1,6 @@
 #include "Quantities.h"
 
-#include "Values.h"
-
 namespace ZEB::tool {
-
-namespace {
-
-constexpr double MillisecondsOfHour = 3600e3;
-
-}  // namespace
-
-void addTo(Curves& curves, EventMsg const& record) {
-    curves.add(record.severity(), record.timeStamp().seconds(), 1);
-}
-
-void addTo(Curves& curves, LightSourceRecord const& record) {
-    std::uint64_t const curve = std::uint64_t{record.lampKind()} << 1;
-    std::int32_t const seconds = record.timeStamp().seconds();
-    curves.add(curve, seconds, static_cast<double>(record.burningTime()) / MillisecondsOfHour);
-    curves.add(curve | 1, seconds, record.ignitions());
-}
-
-void addTo(Curves& curves, MeasurementRecord const& record) {
-    std::uint64_t const channel = std::uint64_t{record.channel()} << 16;
-    std::int32_t const seconds = record.timeStamp().seconds();
-    forEachValue(record, [&](ValueKind kind, double value) {
-        curves.add(channel | static_cast<std::uint16_t>(kind), seconds, value);
-    });
-}
 
 template <>
 CurveName nameOf<EventKind>(std::uint64_t curve) {

@@ -8,14 +8,31 @@
 
 #include "Curves.h"
 #include "Kinds.h"
+#include "Values.h"
 
 namespace ZEB::tool {
 
 // The curves that the records of a log draw: how many events of each severity, the
 // statistics of each lamp, the values of each channel and kind.
-void addTo(Curves& curves, EventMsg const& record);
-void addTo(Curves& curves, LightSourceRecord const& record);
-void addTo(Curves& curves, MeasurementRecord const& record);
+inline void addTo(Curves& curves, EventMsg const& record) {
+    curves.add(record.severity(), record.timeStamp().seconds(), 1);
+}
+
+inline void addTo(Curves& curves, LightSourceRecord const& record) {
+    constexpr double MillisecondsOfHour = 3600e3;
+    std::uint64_t const curve = std::uint64_t{record.lampKind()} << 1;
+    std::int32_t const seconds = record.timeStamp().seconds();
+    curves.add(curve, seconds, static_cast<double>(record.burningTime()) / MillisecondsOfHour);
+    curves.add(curve | 1, seconds, record.ignitions());
+}
+
+inline void addTo(Curves& curves, MeasurementRecord const& record) {
+    std::uint64_t const channel = std::uint64_t{record.channel()} << 16;
+    std::int32_t const seconds = record.timeStamp().seconds();
+    forEachValue(record, [&](ValueKind kind, double value) {
+        curves.add(channel | static_cast<std::uint16_t>(kind), seconds, value);
+    });
+}
 
 // What a log's records show, gathered record by record.
 struct Gathered {
