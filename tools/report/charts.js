@@ -13,6 +13,7 @@ const Second = 1000;
 // Of bars, in seconds; each divides the next.
 const Widths = [1, 5, 15, 30, 60, 300, 900, 1800, 3600, 7200, 21600, 43200];
 for (let days = 1; days < 1e5; days *= 2) Widths.push(days * 86400);
+const MostBars = 200;
 
 // The others write styles and markup of their own, which the page forbids.
 Dygraph.PLUGINS = [Dygraph.Plugins.Axes, Dygraph.Plugins.Grid];
@@ -38,6 +39,31 @@ function extremesPlotter(e) {
     }
     context.stroke();
     context.globalAlpha = 1;
+}
+
+// Each point is the begin of a bar that is width milliseconds wide.
+function barPlotter(e, width) {
+    const chart = e.dygraph;
+    const pixels = chart.toDomXCoord(width) - chart.toDomXCoord(0);
+    e.drawingContext.fillStyle = e.color;
+    for (const point of e.points) {
+        if (!point.yval) continue;
+        const height = chart.toDomYCoord(0) - chart.toDomYCoord(point.yval);
+        e.drawingContext.fillRect(point.canvasx, point.canvasy,
+            Math.max(1, pixels - (pixels > 4 ? 1 : 0)), height);
+    }
+}
+
+// Sums of the counts of stretches of width seconds, for bars of bar milliseconds.
+function bars(counts, width, bar) {
+    const sums = new Map();
+    for (const [index, ...row] of counts) {
+        const x = Math.floor(index * width * Second / bar) * bar;
+        const sum = sums.get(x);
+        if (sum) row.forEach((number, i) => { sum[i] += number; });
+        else sums.set(x, row);
+    }
+    return [...sums].map(([x, row]) => [x, ...row]);
 }
 
 class TimeAxis {
@@ -69,7 +95,7 @@ class TimeAxis {
             select: (e) => { output.textContent = describe(e.selectedX, e.selectedPoints); },
             deselect: () => { output.textContent = ""; },
         };
-        const isWhole = Boolean(options.stackedGraph);
+        const isCount = Boolean(options.stackedGraph);
         const chart = new Dygraph(host, rows, Object.assign({
             axes: {
                 x: {
@@ -78,7 +104,11 @@ class TimeAxis {
                     pixelsPerLabel: 90,
                     axisLabelWidth: 80,
                 },
-                y: { axisLabelFormatter: (value) => short(value), axisLabelWidth: 64, pixelsPerLabel: 30 },
+                y: {
+                    axisLabelFormatter: (value) => isCount && value % 1 ? "" : short(value),
+                    axisLabelWidth: 64,
+                    pixelsPerLabel: 30,
+                },
             },
             labelsUTC: true,
             legend: "never",
@@ -119,9 +149,11 @@ class TimeAxis {
             rows.push([x, values || null]);
         }
         rows.push([this.to, null]);
-        const describe = (x, [point]) => `${this.timeText(x)}: ${short(point.yval)}` +
-            (point.yval_minus < point.yval_plus
-                ? ` (${short(point.yval_minus)} to ${short(point.yval_plus)})` : "");
+        const describe = (x, [point]) => {
+            const band = point.yval_minus < point.yval_plus
+                ? ` (${short(point.yval_minus)} to ${short(point.yval_plus)})` : "";
+            return `${this.timeText(x)}: ${short(point.yval)}${band}`;
+        };
         return this.add(host, rows, output, describe, {
             labels: ["time", "value"],
             customBars: true,
@@ -135,20 +167,12 @@ class TimeAxis {
     }
 
     // counts: [stretch, events of the first severity, ...] for stretches of width seconds.
-    addCounts(host, counts, width, names, output, label) {
-        const MostBars = 200;
+    addCounts(counts, width, names, host, output, label) {
         let bar = 0;
-        const bars = () => {
-            const sums = new Map();
-            for (const [index, ...row] of counts) {
-                const x = Math.floor(index * width * Second / bar) * bar;
-                const sum = sums.get(x);
-                if (sum) row.forEach((number, i) => { sum[i] += number; });
-                else sums.set(x, row);
-            }
+        const rows = () => {
             const none = names.map(() => null);
-            return [[this.from, ...none], ...[...sums].map(([x, row]) => [x, ...row]),
-                [this.to, ...none]].sort((left, right) => left[0] - right[0]);
+            return [[this.from, ...none], ...bars(counts, width, bar), [this.to, ...none]]
+                .sort((left, right) => left[0] - right[0]);
         };
         // Bars are as wide as one or more stretches, and wide enough to be seen.
         const adjust = (chart) => {
@@ -158,29 +182,20 @@ class TimeAxis {
             if (wanted === bar) return;
             bar = wanted;
             label.textContent = `events in ${duration(bar / Second)}`;
-            if (chart) chart.updateOptions({ file: bars() });
+            if (chart) chart.updateOptions({ file: rows() });
         };
-        const plotter = (e) => {
-            const chart = e.dygraph;
-            const pixels = chart.toDomXCoord(bar) - chart.toDomXCoord(0);
-            e.drawingContext.fillStyle = e.color;
-            for (const point of e.points) {
-                if (!point.yval) continue;
-                const height = chart.toDomYCoord(0) - chart.toDomYCoord(point.yval);
-                e.drawingContext.fillRect(point.canvasx, point.canvasy,
-                    Math.max(1, pixels - (pixels > 4 ? 1 : 0)), height);
-            }
+        const describe = (x, points) => {
+            const numbers = points.filter((point) => point.yval).map(
+                (point) => `${count(point.yval)} of ${point.name}`);
+            return `${this.timeText(x)} to ${this.timeText(x + bar)}: ${numbers.join(", ")}`;
         };
-        const describe = (x, points) => `${this.timeText(x)} to ${this.timeText(x + bar)}: ` +
-            points.filter((point) => point.yval).map(
-                (point) => `${count(point.yval)} of ${point.name}`).join(", ");
         adjust(null);
-        return this.add(host, bars(), output, describe, {
+        return this.add(host, rows(), output, describe, {
             labels: ["time", ...names],
             colors: names.map((name, i) => colours[i % colours.length]),
             stackedGraph: true,
             includeZero: true,
-            plotter,
+            plotter: (e) => barPlotter(e, bar),
             highlightCircleSize: 0,
             drawCallback: adjust,
         });
@@ -227,11 +242,10 @@ class TimeAxis {
         for (const chart of this.charts) chart.updateOptions({});
     }
 
-    resize(width) {
-        for (const chart of this.charts) {
-            const host = chart.graphDiv.parentNode;
-            if (width) chart.resize(width, host.clientHeight);
-            else { host.style.width = ""; chart.resize(); }
+    // A canvas that is drawn anew while the page is laid out for paper stays blank there.
+    fitTo(width) {
+        for (const { graphDiv } of this.charts) {
+            graphDiv.style.zoom = Math.min(1, width / graphDiv.clientWidth);
         }
     }
 }

@@ -1,17 +1,9 @@
 "use strict";
-/* global TimeAxis, colours, count, duration, el, numberSet, short, showTimes, timeNode */
+/* global TimeAxis, colours, count, duration, el, eventTable, short, showTimes, table, timeNode */
 
 // What stands on the page, from the data that the report holds.
 
 const axes = [];
-
-function table(caption, headings, rows) {
-    const cells = (row, tag) => row.map((cell) => el(tag, {}, cell === null ? "" : cell));
-    return el("div", { class: "wide", tabindex: "0", role: "region", "aria-label": caption },
-        el("table", {}, el("caption", {}, caption),
-            el("thead", {}, el("tr", {}, ...headings.map((text) => el("th", { scope: "col" }, text)))),
-            el("tbody", {}, ...rows.map((row) => el("tr", {}, ...cells(row, "td"))))));
-}
 
 // "2026-01-31T12:00:00.250000Z" as a time that follows the choice of zone.
 function timeCell(text, log) {
@@ -20,15 +12,13 @@ function timeCell(text, log) {
         log.offset || 0);
 }
 
-const faults = (instrument) => instrument.complaintCount +
-    instrument.logs.reduce((sum, log) => sum + log.findingCount, 0);
+const isSound = (instrument) => instrument.complaintCount === 0 &&
+    instrument.logs.every((log) => log.findingCount === 0);
 
 function verdict(instrument) {
-    const number = faults(instrument);
+    if (!isSound(instrument)) return el("p", { class: "damaged" }, "Not sound");
     const files = instrument.logs.reduce((sum, log) => sum + log.sound, 0);
-    return number > 0
-        ? el("p", { class: "damaged" }, `Not sound: ${count(number, "finding")}`)
-        : el("p", { class: "sound" }, `Sound: ${count(files, "file")} read, nothing found`);
+    return el("p", { class: "sound" }, `Sound: ${count(files, "file")} read, nothing found`);
 }
 
 function more(shown, all, what) {
@@ -62,13 +52,13 @@ function logs(instrument) {
         ["files", (log) => `${count(log.info.files)} of ${count(log.info.ring_files)}`],
         ...["missing", "unfit", "hidden"].map((name) => [name, (log) => count(log.info[name]),
             (log) => log.info[name] > 0]),
-        ["disk", (log) => `${short(log.info.disk_bytes, 3)}B`],
+        ["disk", (log) => `${count(Math.ceil(log.info.disk_bytes / 1000))} kB`],
     ].filter(([, , isNeeded]) => !isNeeded || instrument.logs.some(isNeeded));
     return table("What was read", columns.map(([heading]) => heading),
         instrument.logs.map((log) => columns.map(([, cell]) => cell(log))));
 }
 
-function toolbar(axis, instrument, newest) {
+function zoomBar(axis, instrument, newest) {
     const button = (text, act) => el("button", { type: "button", click: act }, text);
     const spans = [["everything", 0], ["newest year", 365 * 24], ["newest 30 days", 30 * 24],
         ["newest 7 days", 7 * 24], ["newest day", 24], ["newest hour", 1]];
@@ -79,7 +69,11 @@ function toolbar(axis, instrument, newest) {
             else axis.show((newest - hours * 3600) * 1000, newest * 1000);
         },
     }, ...spans.map(([text, hours]) => el("option", { value: String(hours) }, text)));
-    return el("div", { class: "toolbar", role: "toolbar", "aria-label": `Time shown of ${instrument.path}` },
+    return el("div", {
+        class: "toolbar",
+        role: "toolbar",
+        "aria-label": `Time shown of ${instrument.path}`,
+    },
         button("Zoom in", () => axis.move(0, 0.5)), button("Zoom out", () => axis.move(0, 2)),
         button("Earlier", () => axis.move(-0.5, 1)), button("Later", () => axis.move(0.5, 1)),
         button("Show all", () => { choice.value = "0"; axis.showAll(); }),
@@ -106,66 +100,22 @@ function curvePanels(parent, log, axis) {
         const stretches = curve.stretches.filter((stretch) => stretch);
         const least = Math.min(...stretches.map((stretch) => stretch[1]));
         const greatest = Math.max(...stretches.map((stretch) => stretch[stretch.length - 1]));
+        const timed = Object.assign({ first: log.first }, curve);
         const colour = colours[quantities.indexOf(curve.quantity) % colours.length];
         panel(parent, curve.name, curve.quantity,
             `${count(curve.count, "value")}, ${short(least)} to ${short(greatest)}`,
-            (host, output) => axis.addCurve(host, Object.assign({ first: log.first }, curve), colour,
-                output));
+            (host, output) => axis.addCurve(host, timed, colour, output));
     }
-    const notes = [];
-    if (log.width > 1) {
-        notes.push(`A point stands for ${duration(log.width)}: the line goes through the means, ` +
-            "the band from the least to the greatest.");
-    }
-    if (log.notFinite > 0) notes.push(`${count(log.notFinite, "value")} left out: not finite.`);
-    if (!log.complete) notes.push("Very many curves: some of those with few values are not complete.");
-    if (log.others.length > 0) {
-        const rest = log.curveCount - log.curves.length;
-        notes.push(`Not drawn: ${count(rest, "curve")} with fewer values; choose with --channel or ` +
-            `--lamp: ${log.others.join(", ")}${rest > log.others.length ? ", …" : ""}`);
-    }
-    for (const note of notes) parent.append(el("p", { class: "note" }, note));
-}
-
-function eventTable(parent, log, axis) {
-    const field = (text) => el("input", { type: "search", name: text, input: () => filter() });
-    const fields = { text: field("text"), code: field("code"), severity: field("severity") };
-    const inView = el("input", { type: "checkbox", change: () => filter() });
-    const shown = el("output", { "aria-live": "polite" });
-    const rows = log.newest.map(([seconds, microseconds, offset, code, severity, text]) => ({
-        seconds, code, severity, text: text.toLowerCase(),
-        node: el("tr", {}, el("td", {}, timeNode(seconds, microseconds, offset)),
-            el("td", {}, String(severity)), el("td", {}, String(code)), el("td", {}, text)),
-    }));
-    const filter = () => {
-        const sets = ["code", "severity"].map((name) => {
-            const set = numberSet(fields[name].value);
-            fields[name].setAttribute("aria-invalid", String(set === null));
-            return set || (() => false);
-        });
-        const text = fields.text.value.toLowerCase();
-        const [from, to] = inView.checked ? axis.range() : [-Infinity, Infinity];
-        let number = 0;
-        for (const row of rows) {
-            const matches = row.text.includes(text) && sets[0](row.code) && sets[1](row.severity) &&
-                row.seconds * 1000 >= from && row.seconds * 1000 <= to;
-            row.node.hidden = !matches;
-            number += matches ? 1 : 0;
-        }
-        const older = log.records - rows.length;
-        shown.textContent = `${count(number)} of the ${count(rows.length, "newest event")}` +
-            (older > 0 ? `; ${count(older, "older one")} left out` : "");
-    };
-    const name = "Newest events";
-    const body = table(name, ["time", "severity", "code", "text"], []);
-    body.classList.add("events");
-    body.querySelector("tbody").append(...rows.map((row) => row.node));
-    parent.append(el("form", { role: "search", "aria-label": "Filter of the events", submit: (event) => event.preventDefault() },
-        el("label", {}, "Text ", fields.text), el("label", {}, "Severity, such as 1 or 2-4 ", fields.severity),
-        el("label", {}, "Code, such as 7,9 or 100-199 ", fields.code),
-        el("label", {}, inView, " Only of the time that the charts show"), shown), body);
-    axis.onChange(() => { if (inView.checked) filter(); });
-    filter();
+    const rest = log.curveCount - log.curves.length;
+    const notes = [
+        log.width > 1 && `A point stands for ${duration(log.width)}: the line goes through the ` +
+            "means, the band from the least to the greatest.",
+        log.notFinite > 0 && `Left out: ${count(log.notFinite, "value")}, not finite.`,
+        !log.complete && "Very many curves: some of those with few values are not complete.",
+        rest > 0 && `Not drawn: ${count(rest, "curve")} with fewer values; choose with --channel ` +
+            `or --lamp: ${log.others.join(", ")}${rest > log.others.length ? ", …" : ""}`,
+    ];
+    for (const note of notes) if (note) parent.append(el("p", { class: "note" }, note));
 }
 
 function events(parent, log, axis) {
@@ -176,7 +126,7 @@ function events(parent, log, axis) {
         return el("li", {}, mark, `${curve.name}: ${count(curve.count)}`);
     })));
     panel(parent, "Events over time", "events", count(log.records, "event"),
-        (host, output, label) => axis.addCounts(host, log.counts, log.width, names, output, label));
+        (...parts) => axis.addCounts(log.counts, log.width, names, ...parts));
     parent.append(table(`Most frequent of ${count(log.differentCodes, "code")}`,
         ["code", "events", "severity of the newest", "text of the newest", "its time"],
         log.codes.map(([seconds, microseconds, offset, code, severity, text, number]) => [
@@ -208,7 +158,7 @@ function section(instrument, i) {
         Math.max(...filled.map((log) => log.last)),
         filled.find((log) => log.newestTime === newest).offset);
     axes.push(axis);
-    parent.append(toolbar(axis, instrument, newest));
+    parent.append(zoomBar(axis, instrument, newest));
     const draw = { events, lamps, measurements: curvePanels };
     for (const log of filled) {
         parent.append(el("h3", {}, log.info.log));
@@ -222,18 +172,19 @@ function build() {
     document.getElementById("written").append("Written ", timeNode(report.written, 0, 0),
         ` by veklogs ${report.version}`);
     if (report.instruments.length > 1) {
-        document.getElementById("report").append(el("nav", { "aria-label": "Instruments" },
-            el("ul", {}, ...report.instruments.map((instrument, i) => el("li", {},
-                el("a", { href: `#instrument-${i}` }, instrument.path), " ", verdict(instrument))))));
+        const links = report.instruments.map((instrument, i) => el("li", {},
+            el("a", { href: `#instrument-${i}` }, instrument.path), " ", verdict(instrument)));
+        document.getElementById("report").append(
+            el("nav", { "aria-label": "Instruments" }, el("ul", {}, ...links)));
     }
     report.instruments.forEach(section);
     document.getElementById("own-offset").addEventListener("change", (event) => {
         showTimes(event.target.checked);
         for (const axis of axes) axis.redraw();
     });
-    const PaperWidth = 640;
-    window.addEventListener("beforeprint", () => axes.forEach((axis) => axis.resize(PaperWidth)));
-    window.addEventListener("afterprint", () => axes.forEach((axis) => axis.resize(0)));
+    const PaperWidth = 680;
+    window.addEventListener("beforeprint", () => axes.forEach((axis) => axis.fitTo(PaperWidth)));
+    window.addEventListener("afterprint", () => axes.forEach((axis) => axis.fitTo(Infinity)));
 }
 
 build();

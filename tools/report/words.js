@@ -1,5 +1,5 @@
 "use strict";
-/* exported el, count, short, duration, timeOf, timeNode, zone, showTimes, numberSet */
+/* exported el, table, count, short, duration, timeOf, timeNode, zone, showTimes, numberSet */
 
 // How numbers and times are written, and nodes made.
 
@@ -23,7 +23,8 @@ function count(number, noun) {
 function short(number, digits = 6) {
     const size = Math.abs(number);
     const power = size >= 1e5 && size < 1e15 ? Math.floor(Math.log10(size) / 3) : 0;
-    return Number((number / 1000 ** power).toPrecision(digits)) + ["", " k", " M", " G", " T"][power];
+    const scaled = Number((number / 1000 ** power).toPrecision(digits));
+    return `${scaled}${["", " k", " M", " G", " T"][power]}`;
 }
 
 // "6 hours"
@@ -31,6 +32,15 @@ function duration(seconds) {
     const [length, noun] = [[86400, "day"], [3600, "hour"], [60, "minute"], [1, "second"]].find(
         ([each]) => seconds % each === 0);
     return count(seconds / length, noun);
+}
+
+function table(caption, headings, rows) {
+    const cells = (row, tag) => row.map((cell) => el(tag, {}, cell === null ? "" : cell));
+    return el("div", { class: "wide", tabindex: "0", role: "region", "aria-label": caption },
+        el("table", {}, el("caption", {}, caption),
+            el("thead", {}, el("tr", {},
+                ...headings.map((text) => el("th", { scope: "col" }, text)))),
+            el("tbody", {}, ...rows.map((row) => el("tr", {}, ...cells(row, "td"))))));
 }
 
 // Whether times are shown in the records' own offset.
