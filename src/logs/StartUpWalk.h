@@ -105,7 +105,7 @@ bool leaps(std::int32_t first, std::int32_t next, int slots, TimeAt const& timeA
 // because the clock was set back. namedFile has the file's state() and timeAt(slot).
 template <class Look, class NamedFileFacts>
 Place placeByBoth(FileFacts const& named, FileFacts const& next, Ring ring, Look& look,
-             NamedFileFacts const& namedFile) {
+                  NamedFileFacts const& namedFile) {
     int const files = ring.files;
     Place const byPointer{named, Seam::Older};
     NamedFile const state = namedFile.state();
