@@ -1,8 +1,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -53,7 +51,7 @@ inline Var request(std::int32_t first, std::int32_t count, std::string const& cl
     return request(bytesOf(first) + bytesOf(count) + client);
 }
 
-// Reads and writes a whole file.
+// A file read from and written to as a whole, whatever state is to be made.
 inline std::string contents(fs::path const& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
@@ -100,7 +98,7 @@ class Instrument : public testing::Test {
         return std::distance(fs::directory_iterator("/proc/self/fd"), {});
     }
 
-    // A log's range, and its replies to requests for all of these records.
+    // What one log answers: its range, and each reply's records until none is wanted.
     template <class Log>
     static std::pair<std::uint32_t, std::uint32_t> rangeOf(Log& log) {
         Reply reply;
@@ -135,11 +133,6 @@ class Instrument : public testing::Test {
             times.push_back(record.timeStamp().seconds());
         }
         return times;
-    }
-    // An empty file system of this process's own; false where that is not allowed.
-    static bool mountOver(char const* path) {
-        return unshare(CLONE_NEWNS) == 0 && mount("none", "/", "", MS_REC | MS_PRIVATE, "") == 0 &&
-               mount("none", path, "tmpfs", 0, "") == 0;
     }
     template <typename Action>
     static std::string messagesOf(Action action) {

@@ -43,7 +43,7 @@ TEST_F(EventLogs, JudgeFilesByTheirFirstTimes) {
     EXPECT_EQ(rangeAfter({}), Range(0, 0));
     EXPECT_EQ(rangeAfter({{0, 1, 2}, {7}}), Range(0, 0));  // valid, yet empty to the log
     EXPECT_EQ(rangeAfter({{-1}, {7}}), Range(0, 0));
-    EXPECT_EQ(rangeAfter({{5, 6, 7}, {5}}), Range(0, 4));      // equal times: on to the next file
+    EXPECT_EQ(rangeAfter({{5, 6, 7}, {5}}), Range(0, 4));      // equal times move on
     EXPECT_EQ(rangeAfter({{5, 6}, {4, 4, 4}}), Range(2, 27));  // wrapped
     EXPECT_EQ(rangeAfter({{5, 6, 7}, {0, 8}, {9}}), Range(0, 3));
     EXPECT_EQ(rangeAfter({{5, 6, 7}, {}, {9}}), Range(0, 3));  // a gap ends it
@@ -108,8 +108,7 @@ TEST_F(EventLogs, SendRunsThatEndWithTheirFile) {
     stamped.setClient(5);
     EXPECT_EQ(fetch(log, 1, 1, 5).at(0),
               bytesOf(1) + bytesOf(1) + bytesOf(std::uint16_t{62}) + wire(stamped));
-    EXPECT_EQ(timesOf<EventMsg>(fetch(log, 9001, 1).at(0)),
-              std::vector<int>{2});  // any first index
+    EXPECT_EQ(timesOf<EventMsg>(fetch(log, 9001, 1).at(0)), std::vector<int>{2});  // any cursor
 }
 
 TEST_F(EventLogs, CutRequestsToWhatTheyHold) {
@@ -148,7 +147,7 @@ TEST_F(EventLogs, CutRequestsToWhatTheyHold) {
     }
 }
 
-TEST_F(EventLogs, SurviveARingWithoutSlots) {
+TEST_F(EventLogs, OutliveARingWithoutSlots) {
     BasicEventLog log;
     log.SetEnabled(true);
     write(root / "zero", headerOf("EL", 62, 0));

@@ -29,7 +29,7 @@ class Losses : public Instrument {
 
 TEST_F(Losses, AreCountedWithWhatTheWriteFailedOn) {
     BasicEventLog log;
-    log.writeRecord(event(1));  // writing is off, so it is not lost
+    log.writeRecord(event(1));  // not wanted, so not lost
     log.SetEnabled(true);
     log.writeRecord(event(1));
     EXPECT_EQ(lostOf(log), Lost(0, 0));
@@ -76,7 +76,7 @@ TEST_F(Losses, WithoutAFileTellWhyThereIsNone) {
 
     fs::create_directory(data);
     write(data / "currentMeasurementLog", "-1");
-    BasicMeasurementLog below;  // 65000 indices before the ring begins
+    BasicMeasurementLog below;  // the ring begins 65000 records further on
     below.SetEnabled(true);
     below.writeRecord(measurement(1));
     EXPECT_EQ(lostOf(below), Lost(1, ERANGE));
