@@ -12,54 +12,54 @@
 namespace ZEB {
 
 // The event log: a ring of event files (200, or 9 of at most 2000 records) that
-// starts again at file 0 when it is full, each new event then replacing the
-// oldest. Events are addressed by record index: getRecordCount() consecutive ones
-// are held at most, and a restart numbers them anew.
+// starts again at file 0 when it is full; each new event then replaces the oldest.
+// Events have record indices: at most getRecordCount() consecutive ones are held,
+// and a restart numbers them again. docs/reliability.md says what a crash leaves.
 //
-// No lock: one thread at a time uses a log. Nothing throws but std::bad_alloc;
-// after one the log works on. A record whose write failed is counted all the
-// same, without a report: ask GetLostRecords(). A file that can't be opened when the log
+// No lock: only one thread at a time may use a log. Nothing throws but std::bad_alloc;
+// the log can be used after it. A record whose write failed is counted all the same,
+// without a report: ask GetLostRecords(). A file that can't be opened when the log
 // moves to it stays closed until the next move.
 class [[gnu::visibility("default")]] BasicEventLog {
   public:
-    // Finds the newest record from the first record of each file; never looks
-    // past a missing or empty one. Opens each file up to the one behind the one being
-    // written. Writing is off at first.
+    // Finds the newest record by the first record of each file; never looks past a
+    // missing or empty one. Opens every file up to and including the one after the
+    // current file. Writing is off at first.
     BasicEventLog();
     ~BasicEventLog();
     BasicEventLog(BasicEventLog const&) = delete;
     BasicEventLog& operator=(BasicEventLog const&) = delete;
 
-    // 200, and 200 full files, or 9 of them; 9 and 12564 before the first event file.
-    static int getFileCount();
-    static int getRecordCount();  // the capacity
+    static int getFileCount();    // 200 or 9; 9 before the first event file
+    static int getRecordCount();  // the capacity; 12564 before the first event file
 
     void SetEnabled(bool enabled);
-    // Appends one event: one write of 62 bytes, not flushed; a new file first,
-    // where one begins. Drops it while writing is off or !EventFile::isUsable().
+    // Appends one event with one write of 62 bytes, not flushed; at the end of a file it
+    // moves to the next one first. While writing is off or !EventFile::isUsable() the
+    // event is dropped.
     void writeRecord(EventMsg const& record);
-    // What it did not store of the records handed in while writing was on.
+    // The records given while writing was on and not stored.
     LostRecords GetLostRecords() const;
-    // Any index, modulo the capacity; a slot never written gives a record that is
-    // not valid. Opens, and may make, the file when it is not the current one.
+    // Takes any index, modulo the capacity; a slot never written gives a record that is
+    // not valid. Opens, and may make, the file unless it is the current one.
     void GetRecord(EventMsg * record, unsigned long recordIndex);
-    // Removes every file named with the version 1.2.7 and starts again at file 0,
-    // which the backup may bring back. Paths over 99 characters are cut to that, and
-    // what stands there is removed.
+    // Removes the log's files named with version 1.2.7 and starts again at file 0, which
+    // may be restored from the backup. Paths over 99 characters are cut, and what is at
+    // the cut path is removed.
     void clear();
-    // Flushes the current file and returns the offset where its last read or write
-    // ended if path is that file's, else 0.
+    // If path is the current file's: flushes it and returns the offset where its last
+    // read or write ended. Else 0.
     std::int64_t IsCurrentFile(char const* path);
 
-    // Replies with the first index and the count held (4 bytes each). Give each
-    // reply a fresh buffer: what a buffer holds already is not cut off.
+    // Replies with the first index and the count held (4 bytes each). Give each reply a
+    // fresh buffer: a longer one is not cut.
     void GetLogRange(ByteBuf & reply);
-    // Decodes a request (first and count, 4 bytes each, and 2 bytes of client,
-    // any of it may be missing) and cuts it to what is held; returns the count.
+    // Decodes a request (first and count, 4 bytes each, then 2 bytes of client; missing
+    // bytes count as 0) and cuts it to what is held. Returns the count.
     unsigned int SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                          unsigned short* client);
-    // Replies with at most 716 records of one file from *first on and moves *first
-    // and *count along; call it until *count is 0.
+    // Replies with at most 716 records of one file, from *first on, and advances *first
+    // and *count; call it until *count is 0.
     void GetLogRecords(unsigned int* first, unsigned int* count, unsigned short client,
                        ByteBuf& reply);
 
@@ -67,7 +67,7 @@ class [[gnu::visibility("default")]] BasicEventLog {
     bool isCurrent(int fileIndex) const;
     std::shared_ptr<EventFile> fileFor(int fileIndex) const;
 
-    int mFirst = 0;  // never reduced modulo the capacity, until 2^31 comes near
+    int mFirst = 0;  // not reduced modulo the capacity before it comes near 2^31
     int mCount = 0;
     std::shared_ptr<EventFile> mCurrentFile;  // empty only after an exception
     bool mEnabled = false;

@@ -17,16 +17,14 @@ namespace ZEB {
 
 // The log of lamp statistics: one file of 1000 slots used as a ring. The record
 // of the current slot can be written again and again; newRecord writes it and
-// moves on.
+// moves on. Until the log is full, the record in the current slot is not counted.
+// docs/reliability.md says what a restart and a crash leave.
 //
-// Not full, the record in the current slot is not counted yet; after a restart
-// newRecord writes that slot again.
-//
-// No lock: one thread at a time uses a log, and one log a file. Every slot write
-// that succeeds ends with sync(), which flushes all the machine's file systems.
-// The constructor and Clear throw std::logic_error when there is no way to open or
-// make the file. After that Clear the log has no file: reads give default records,
-// and each write, as well as Clear, tries to open it again and then starts at index 0.
+// No lock: only one thread at a time may use a log, and only one log a file. Every slot
+// write that succeeds ends with sync(), which flushes all the machine's file systems.
+// The constructor and Clear throw std::logic_error when the file can be neither opened
+// nor made. After such a Clear the log has no file: reads give default records, and each
+// write, or Clear, tries to open it and then starts at index 0.
 class [[gnu::visibility("default")]] BasicLightSourceLog {
   public:
     BasicLightSourceLog();
@@ -37,40 +35,40 @@ class [[gnu::visibility("default")]] BasicLightSourceLog {
     static int getFileCount();    // 1
     static int getRecordCount();  // the capacity
 
-    // Both write the current slot; false when that failed.
+    // Both write the current slot; false when that fails.
     bool writeRecord(LightSourceRecord const& record);
     bool editRecord(LightSourceRecord const& record);
-    // Writes the current slot and moves on to the next, also when the write failed.
+    // Writes the current slot and moves on to the next, even if the write fails. The first
+    // one after a restart writes the slot of the newest record again.
     void newRecord(LightSourceRecord const& record);
-    // What it did not store; each call of the three hands in one record.
+    // The records not stored; each call of the three above gives one record.
     LostRecords GetLostRecords() const;
-    // Any index, modulo the capacity; a slot never written gives a record that is
+    // Takes any index, modulo the capacity; a slot never written gives a record that is
     // not valid.
     LightSourceRecord getRecord(unsigned int recordIndex);
-    // Writes the file's path, cut to size with its final zero, and returns the
-    // length of the whole path.
+    // Writes the file's path, cut to size bytes including its final zero, and returns
+    // the length of the whole path.
     int GetStorageDir(char* buffer, unsigned long size);
-    // Renames the file to its path, a dash and the time (UTC, to the second), and
-    // starts a new one. An archive of the same second is replaced; a name over
-    // 4095 bytes is cut. When the renaming fails, the file is used on from slot 0.
+    // Renames the file to its path, a dash and the time (UTC, in seconds), and starts a
+    // new one. An archive of the same second is replaced; a name over 4095 bytes is cut.
+    // If the renaming fails, the same file is written again from slot 0.
     void Clear();
-    // Removes all that lies in the data directory's LampStats, never following a
-    // symbolic link. Paths over 4095 bytes are skipped.
+    // Removes everything in the directory LampStats of the data directory. Symbolic
+    // links in it are removed, not followed. Paths over 4095 bytes are skipped.
     void clearSDCardLog();
-    // Closes the file. Only Clear opens one again.
+    // Closes the file. Only Clear opens it again.
     void close();
 
-    // Replies with the first index and the count held (4 bytes each); a full log
-    // starts behind the current slot. Give each reply a fresh buffer: what a
-    // buffer holds already is not cut off.
+    // Replies with the first index and the count held (4 bytes each); a full log starts
+    // after the current slot. Give each reply a fresh buffer: a longer one is not cut.
     void GetLogRange(ByteBuf & reply);
-    // Decodes a request (first and count, 4 bytes each, and 2 bytes of client, any
-    // of it may be missing), not cut to what is held; returns the count, 0 for a
-    // negative one.
+    // Decodes a request (first and count, 4 bytes each, then 2 bytes of client; missing
+    // bytes count as 0), without cutting it to what is held. Returns the count, or 0 for
+    // a negative one.
     unsigned int SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                          unsigned short* client);
-    // Replies with at most 1170 records from *first on and moves *first and *count
-    // along; call it until *count is 0.
+    // Replies with at most 1170 records, from *first on, and advances *first and *count;
+    // call it until *count is 0.
     void GetLogRecords(unsigned int* first, unsigned int* count, unsigned short client,
                        ByteBuf& reply);
 

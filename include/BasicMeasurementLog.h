@@ -14,91 +14,90 @@ namespace ZEB {
 
 struct HeldRange;
 
-// The measurement log: a ring of 400 measurement files that starts again at file
-// 0 when it is full, each new record then replacing the oldest. Records are
-// addressed by record index: getRecordCount() consecutive ones are held at most,
-// and a restart numbers them anew.
+// The measurement log: a ring of 400 measurement files that starts again at file 0
+// when it is full; each new record then replaces the oldest. Records have record
+// indices: at most getRecordCount() consecutive ones are held, and a restart numbers
+// them again. docs/reliability.md says what a crash leaves.
 //
-// A small file beside them, the pointer, names the file being written; it is
-// written and flushed before the log moves on. Without it the backup directory
-// /mnt/sysdata/veklogs, if it has one, is copied over the live files, else the
-// files are walked.
+// A small file in the same directory, the pointer, names the file being written. A start
+// without one copies the backup directory /mnt/sysdata/veklogs over the live files if it
+// has a pointer, and else searches the files.
 //
 // Thread-safe where not marked otherwise: one mutex, held for the whole of each
-// operation, a move to a new file with its flush included. Nothing throws but
-// std::bad_alloc; after one the log works on. A record whose write failed is
-// counted all the same, without a report: ask GetLostRecords().
+// operation, including a move to a new file and the flush of the pointer. Nothing
+// throws but std::bad_alloc; the log can be used after it. A record whose write
+// failed is counted all the same, without a report: ask GetLostRecords().
 class [[gnu::visibility("default")]] BasicMeasurementLog {
   public:
-    // Finds the file being written and what the log holds; writing is off at
-    // first. Opens two files when the pointer is good.
+    // Finds the file being written and what the log holds. Opens two files if the
+    // pointer is good. Writing is off at first.
     BasicMeasurementLog();
     ~BasicMeasurementLog();
     BasicMeasurementLog(BasicMeasurementLog const&) = delete;
     BasicMeasurementLog& operator=(BasicMeasurementLog const&) = delete;
 
-    static void init();  // MeasurementFile::Init
-    // 400, and 400 full files; 5 and 5000 before the first log or init().
-    static int getFileCount();
-    static int getRecordCount();
+    static void init();           // MeasurementFile::Init
+    static int getFileCount();    // 400; 5 before the first log or init()
+    static int getRecordCount();  // the capacity, 26000000; 5000 before that
 
     void SetEnabled(bool enabled);
-    // Appends one record: one write of 110 bytes, not flushed; a new file first,
-    // where one begins. Drops it while writing is off.
+    // Appends one record with one write of 110 bytes, not flushed; at the end of a file it
+    // moves to the next one first. While writing is off the record is dropped.
     void writeRecord(MeasurementRecord const& record);
-    // What it did not store of the records handed in while writing was on.
+    // The records given while writing was on and not stored.
     LostRecords GetLostRecords() const;
-    // Removes the ring's files and starts again at file 0. Paths over 199 characters
-    // are cut to that, and what stands there is removed.
+    // Removes the ring's files and starts again at file 0. Paths over 199 characters are
+    // cut, and what is at the cut path is removed.
     void Clear();
-    // Closes the open files. Writing goes on counting; a move to another file
-    // opens that.
+    // Closes the open files. Records are still counted; a move to another file opens that.
     void close();
     long GetFirst();  // the oldest record's index
     long GetCount();  // records held
 
-    // Writes the records between two times (seconds, in either order, their low 32
-    // bits looked for), the one at or behind the later included, as lines of
-    // tab-separated text below a header; the header alone for an empty log. False
-    // when path can't be opened; later write errors stay unnoticed. Holds the lock
+    // Writes the records between two times (seconds, in either order; only the low 32
+    // bits count), up to and including the one at or after the later time, as lines of
+    // tab-separated text below a header. An empty log gives the header alone. False
+    // when path can't be opened; later write errors are not noticed. Holds the lock
     // while it reads and writes.
     bool SaveToFile(char const* path, long from, long to);
 
-    // Replies with the first index and the count held (4 bytes each). Give each
-    // reply a fresh buffer: what a buffer holds already is not cut off.
+    // Replies with the first index and the count held (4 bytes each). Give each reply a
+    // fresh buffer: a longer one is not cut.
     void GetLogRange(ByteBuf & reply);
-    // The same for the records between two times (4 bytes each, in either order,
-    // missing bytes 0), the one at the later time not counted.
+    // The same for the records between two times (4 bytes each, in either order; missing
+    // bytes count as 0), without the one at the later time.
     void GetLogRangeDates(Var const& request, ByteBuf& reply);
-    // Decodes a request (first and count, 4 bytes each, and 2 bytes of client,
-    // any of it may be missing) and cuts it to what is held; returns the count.
+    // Decodes a request (first and count, 4 bytes each, then 2 bytes of client; missing
+    // bytes count as 0) and cuts it to what is held. Returns the count.
     unsigned int SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                          unsigned short* client);
-    // Replies with at most 417 records of one file from *first on and moves *first
-    // and *count along; call it until *count is 0.
+    // Replies with at most 417 records of one file, from *first on, and advances *first
+    // and *count; call it until *count is 0.
     void GetLogRecords(unsigned int* first, unsigned int* count, unsigned short client,
                        ByteBuf& reply);
 
     // The rest takes no lock: call it only while no other thread uses the log.
 
-    // The file of that index: the current one, or a cached one (one is kept), or
+    // The file of that index: the current one, or the cached one (one is kept), or else
     // opened, and made if missing.
     std::shared_ptr<MeasurementFile> getNxtReadFile(int fileIndex);
-    // Any index, modulo the capacity; a slot never written gives a record that is
+    // Takes any index, modulo the capacity; a slot never written gives a record that is
     // not valid, a negative index a default one.
     MeasurementRecord getRecord(int recordIndex);
-    // The index of the record at a time (seconds, unsigned), or else of the first
-    // one behind it, within what is held.
+    // The index within what is held of a record at a time (seconds, unsigned), or else of
+    // the first one after it. If all are before it: the last index, or the first if their
+    // times are all equal.
     int dateToIndex(unsigned int date);
     // Opens the file that the pointer, or else the backup, names.
     bool OpenCurrentFile();
     // Writes the pointer and, unless pointerOnly, opens that file as the current
     // one. A pointer that can't be written is reported, and the log goes on.
     void NewCurrentFile(int fileIndex, bool pointerOnly);
-    // Copies the backup's files over the live ones and gives its pointer. A backup
-    // entry such as "measurement_log3.vek.old" counts as file 3.
+    // Copies the backup's files over the live ones and gives its pointer. False when the
+    // backup has no pointer or can't be listed.
     bool RestoreFromBackup(int* fileIndex);
-    // Empties or makes to, then fills it from from. Short writes are not noticed.
+    // Copies the file from over the file to, which is made if missing. False when one
+    // can't be opened; without from, to is left empty. Short writes are not noticed.
     bool CopyLog(char const* from, char const* to);
 
   private:
@@ -109,7 +108,7 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     void setHeld(HeldRange const& held);
 
     mutable Mutex mMutex;
-    int mFirst = 0;  // never reduced modulo the capacity, until 2^31 comes near
+    int mFirst = 0;  // not reduced modulo the capacity before it comes near 2^31
     int mCount = 0;
     std::shared_ptr<MeasurementFile> mCurrentFile;  // empty only after an exception
     std::shared_ptr<MeasurementFile> mReadFile;

@@ -17,42 +17,41 @@ struct SlotFileOps;
 // One file of the event log: an 18-byte header and getRecordCount() slots of 62
 // bytes, each one EventMsg.
 //
-// Opening accepts a sound file, makes a missing one (or brings it back from the
-// backup) and replaces one whose length or header is wrong by an empty file; its
-// records are then lost. It reads the header and slot 0 only. The newest record
-// is looked for, by about 17 single reads, when first asked for.
+// Opening accepts a sound file, restores a missing one from the backup or makes it,
+// and replaces one whose length or header is wrong with an empty file (see
+// docs/reliability.md). It reads the header and slot 0 only. The newest record is
+// looked for when it is first asked for, with about 17 single reads.
 //
-// Reads may run side by side with each other and with a write, except
-// readRecord(0), which copies mFirstRecord; keep writers of one object apart.
-// Writes are not flushed. Nothing throws but std::bad_alloc. After a failed
-// opening the object stays, closed: reads give default records, writes fail.
+// Reads may run in parallel with each other and with one write, except readRecord(0),
+// which copies mFirstRecord. Only one thread at a time may write. Writes are not
+// flushed. Nothing throws but std::bad_alloc. After a failed opening the object is
+// closed: reads give default records, writes fail.
 class [[gnu::visibility("default")]] EventFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB EL";
     static constexpr std::uint16_t VersionData = 1;
     static constexpr std::uint16_t RecordSize = 62;  // bytes of a slot
-    static constexpr std::uint32_t TakeMax = 716;    // records of one range reply
+    static constexpr std::uint32_t TakeMax = 716;    // most records of one range reply
 
-    // Settles the class's settings, once; done by every constructor. Must end
-    // before another thread uses the class.
+    // Settles the class's settings, once; every constructor does it. It must have
+    // returned before another thread uses the class.
     static void Init();
-    // Points the class at the event files beside path, with the record count of
-    // path's header and the given version numbers in their names; 1, or 0 with a
-    // message on standard error. A path over 999 characters, or a directory over 973
-    // or with a '%', changes nothing, nor does one that can't be opened; a path without
-    // a '/' means the current directory. One whose header can't be read or does not
-    // match leaves the record count, file size and large-storage flag replaced and
-    // isUsable() false. Missing files there are made all the same, with the size that
-    // Init settled. Only while no other thread uses the class.
+    // Points the class at the event files in the directory of path, with the record count
+    // of path's header and the given version numbers in their names. A path without a '/'
+    // means the current directory. Returns 1, or 0 with a message on standard error. A path
+    // over 999 characters, a directory over 973 or with a '%', or a file that can't be
+    // opened changes nothing. A file whose header can't be read or does not match may change
+    // the record count, file size and large-storage flag and makes isUsable() false. Missing
+    // files are made there too, with the size that Init settled. Only while no other thread
+    // uses the class.
     static int SetUpReading(char const* path, int major, int minor, int fix);
-    // False from such a call until one succeeds: the settings would have sound files made
-    // again as empty ones, so none is opened or made, and nothing is stored in any.
+    // False after such a call until one succeeds. With its settings sound files would be
+    // replaced with empty ones, so no file is opened, made or written.
     static bool isUsable() { return sUsable; }
 
-    // Whether anything stands at the path of that file; false before Init. The
-    // second asks the backup data directory.
+    // Whether anything is at the path of that file; false before Init.
     static bool FileExist(int fileIndex);
-    static bool BackupFileExist(int fileIndex);
+    static bool BackupFileExist(int fileIndex);  // in the backup data directory
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
     static char const* getFileLocation() { return sFileLocation; }      // null before Init
     static bool hasLargeStorage() { return sLargeStorage; }
@@ -65,10 +64,11 @@ class [[gnu::visibility("default")]] EventFile {
     EventFile(EventFile const&) = delete;
     EventFile& operator=(EventFile const&) = delete;
 
-    // Opens the file, or makes it; false leaves the object closed. An open
-    // descriptor is closed first.
+    // Opens the file, or makes it; an open descriptor is closed first. False leaves the
+    // object closed; so does a first call on an open object whose file has vanished, and
+    // the next call makes the file.
     bool openFd();
-    // Replaces the file at path by a new empty one and opens that; false leaves the
+    // Replaces the file at path with a new empty one and opens that. False leaves the
     // object closed.
     bool cleanFile(char const* path);
     void closeFd();
@@ -79,31 +79,32 @@ class [[gnu::visibility("default")]] EventFile {
     int recentRecordIndex();  // the newest record's slot, -1 for an empty file
     TimeStamp recentRecordTimeStamp();
 
-    // One slot's record; a default one when it can't be read. Slot 0 is answered
+    // The record of one slot, or a default one when it can't be read. Slot 0 comes
     // from memory. Slots beyond the record count are read if the file has them.
     EventMsg readRecord(int slot);
-    // count records from firstSlot on, by one read; all default unless every one
-    // could be read. A negative count raises std::bad_alloc.
+    // count records from firstSlot on, with one read; all default ones unless all could
+    // be read. A negative count raises std::bad_alloc.
     std::vector<EventMsg> readRecords(int firstSlot, int count);
-    // Both update what the object knows even if the write itself fails. addRecord
-    // follows the newest record and never wraps: ask recentRecordIndex() first, else
-    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1. A record
-    // that does not fit its slot, or leaves its stream failed, is not written. False sets
-    // errno, by the rules of LostRecords.h.
+    // addRecord writes after the newest record and never wraps; call recentRecordIndex()
+    // before the first one, or it starts at slot 0. writeRecord takes slots 0 to
+    // getRecordCount() - 1. A record that does not fit its slot, or leaves its stream
+    // failed, is not written. Both update what the object knows even if the write itself
+    // fails. False sets errno as LostRecords.h says.
     bool addRecord(EventMsg const& record);
     bool writeRecord(EventMsg const& record, int slot);
 
-    // Flushes the file and returns the offset where the last read or write ended
-    // if path is this object's, else 0.
+    // If path is this object's: flushes the file and returns the offset where the last
+    // read or write ended. Else 0.
     std::int64_t IsCurrentFile(char const* path);
 
     void serialize(EventMsg const& record, std::ostream& out) const;
     void deserialize(EventMsg & record, std::istream & in);
 
-    // Copies every backup file, of any version numbers, that is missing from the
-    // event directory; false when the backup can't be listed.
+    // Copies every backup file, of any version numbers, that the event directory lacks.
+    // False when the backup can't be listed.
     bool RestoreFromBackup();
-    // Empties or makes to, then fills it from from. Short writes are not noticed.
+    // Copies the file from over the file to, which is made if missing. False when one
+    // can't be opened; without from, to is left empty. Short writes are not noticed.
     bool CopyLog(char const* from, char const* to);
 
   private:
@@ -141,8 +142,8 @@ class [[gnu::visibility("default")]] EventFile {
 
   private:
     EventMsg mRecentRecord;
-    std::int64_t mOffset = 0;  // where the descriptor would stand; transfers are positioned
-    int mOpenError = 0;        // while closed: why, an errno
+    std::int64_t mOffset = 0;  // where the last read or write ended
+    int mOpenError = 0;        // why the file is closed, an errno
 };
 
 }  // namespace ZEB

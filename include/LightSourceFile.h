@@ -15,21 +15,22 @@ struct SlotFileOps;
 // of 36 bytes, each one LightSourceRecord. The newest record is the one with the
 // greatest key.
 //
-// Opening accepts a sound file and rebuilds a missing, short or wrong one in
-// place, empty. Every write that succeeds and every rebuilding ends with sync(),
-// which flushes all the machine's file systems.
+// Opening accepts a sound file; it makes a missing one, and rebuilds one whose length
+// or header is wrong in place, empty (see docs/reliability.md). It reads the header and
+// slot 0 only. Every write that succeeds and every rebuilding ends with sync(), which
+// flushes all the machine's file systems.
 //
-// No lock: one object belongs to one thread at a time. Nothing throws but
-// std::bad_alloc and the constructor. Reads on a closed object give default
-// records, writes fail.
+// No lock: only one thread at a time may use an object. Only the constructor throws
+// anything but std::bad_alloc. On a closed object reads give default records and
+// writes fail.
 class [[gnu::visibility("default")]] LightSourceFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB LS";
     static constexpr std::uint16_t VersionData = 1;
     static constexpr std::uint16_t RecordSize = 36;  // bytes of a slot
 
-    // Settles the class's settings, once; done by every constructor. Must end
-    // before another thread uses the class.
+    // Settles the class's settings, once; every constructor does it. It must have
+    // returned before another thread uses the class.
     static void Init();
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
     static std::uint16_t getRecordCount() { return sRecordCount; }      // slots
@@ -42,14 +43,14 @@ class [[gnu::visibility("default")]] LightSourceFile {
     LightSourceFile(LightSourceFile const&) = delete;
     LightSourceFile& operator=(LightSourceFile const&) = delete;
 
-    // Opens the file, or rebuilds it; false leaves the object closed. An
-    // open descriptor is closed first.
+    // Opens the file, or rebuilds it; an open descriptor is closed first. False leaves
+    // the object closed.
     bool openFd();
-    // Rebuilds the file at path, empty, and keeps it open.
+    // Rebuilds the file at path, empty, and keeps it open. False leaves the object closed.
     bool cleanFile(char const* path);
     void closeFd();
 
-    // Whether the last slot holds a record with a time above 0; reads the disk.
+    // Whether the last slot holds a record with a time above 0. Reads the file.
     bool fileFull();
 
     // Finds the newest record and counts the slots in use; always true.
@@ -58,17 +59,17 @@ class [[gnu::visibility("default")]] LightSourceFile {
     int recentRecordIndex();  // the newest record's slot, -1 for an empty file
     TimeStamp recentRecordTimeStamp();
 
-    // One slot's record; a default one when it can't be read. Slot 0 is answered
+    // The record of one slot, or a default one when it can't be read. Slot 0 comes
     // from memory. Slots beyond the record count are read if the file has them.
     LightSourceRecord readRecord(int slot);
-    // count records from firstSlot on, by one read; all default unless every one
-    // could be read. A negative count raises std::bad_alloc.
+    // count records from firstSlot on, with one read; all default ones unless all could
+    // be read. A negative count raises std::bad_alloc.
     std::vector<LightSourceRecord> readRecords(int firstSlot, int count);
-    // Both update what the object knows even if the write itself fails. addRecord
-    // follows the newest record and never wraps: ask recentRecordIndex() first, else
-    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1. A record
-    // that does not fit its slot, or leaves its stream failed, is not written. False sets
-    // errno, by the rules of LostRecords.h.
+    // addRecord writes after the newest record and never wraps; call recentRecordIndex()
+    // before the first one, or it starts at slot 0. writeRecord takes slots 0 to
+    // getRecordCount() - 1. A record that does not fit its slot, or leaves its stream
+    // failed, is not written. Both update what the object knows even if the write itself
+    // fails. False sets errno as LostRecords.h says.
     bool addRecord(LightSourceRecord const& record);
     bool writeRecord(LightSourceRecord const& record, int slot);
 
@@ -83,7 +84,7 @@ class [[gnu::visibility("default")]] LightSourceFile {
     static char const* sFileNameFormat;
 
   public:
-    int const mFileIndex;  // does not enter the file's name
+    int const mFileIndex;  // not part of the file's name
 
   private:
     int mFd = -1;
@@ -95,7 +96,7 @@ class [[gnu::visibility("default")]] LightSourceFile {
 
   private:
     LightSourceRecord mRecentRecord;
-    int mOpenError = 0;  // while closed: why, an errno
+    int mOpenError = 0;  // why the file is closed, an errno
 };
 
 }  // namespace ZEB

@@ -13,27 +13,27 @@ template <class File>
 struct SlotFileOps;
 
 // One file of the measurement log: an 18-byte header and getRecordCount() slots
-// of 110 bytes, each one MeasurementRecord. Its path holds at most 99 characters.
+// of 110 bytes, each one MeasurementRecord. Its path has at most 99 characters.
 //
 // Opening accepts a sound file, makes a missing one and replaces one whose length
-// or header is wrong by an empty file; its records are then lost. It reads the
-// header and slot 0 only. The newest record is looked for, by about 17 single
-// reads, when first asked for.
+// or header is wrong with an empty file (see docs/reliability.md). It reads the header
+// and slot 0 only. The newest record is looked for when it is first asked for, with
+// about 17 single reads.
 //
-// No lock: one object belongs to one thread at a time. Writes are not flushed.
-// Nothing throws but std::bad_alloc. After a failed opening the object stays,
-// closed: reads give default records, writes fail.
+// No lock: only one thread at a time may use an object. Writes are not flushed.
+// Nothing throws but std::bad_alloc. After a failed opening the object is closed:
+// reads give default records, writes fail.
 class [[gnu::visibility("default")]] MeasurementFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB ML";
     static constexpr std::uint16_t VersionData = 1;
     static constexpr std::uint16_t RecordSize = 110;  // bytes of a slot
 
-    // Settles the class's settings, once; done by every constructor. Must end
-    // before another thread uses the class.
+    // Settles the class's settings, once; every constructor does it. It must have
+    // returned before another thread uses the class.
     static void Init();
 
-    // Whether anything stands at the path of that file; false before Init.
+    // Whether anything is at the path of that file; false before Init.
     static bool FileExist(int fileIndex);
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
     static char const* getFileLocation();                               // runs Init
@@ -47,10 +47,11 @@ class [[gnu::visibility("default")]] MeasurementFile {
     MeasurementFile(MeasurementFile const&) = delete;
     MeasurementFile& operator=(MeasurementFile const&) = delete;
 
-    // Opens the file, or makes it; false leaves the object closed. An open
-    // descriptor is closed first.
+    // Opens the file, or makes it; an open descriptor is closed first. False leaves the
+    // object closed; so does a first call on an open object whose file has vanished, and
+    // the next call makes the file.
     bool openFd();
-    // Replaces the file at path by a new empty one and opens that; false leaves the
+    // Replaces the file at path with a new empty one and opens that. False leaves the
     // object closed.
     bool cleanFile(char const* path);
     void closeFd();
@@ -62,17 +63,17 @@ class [[gnu::visibility("default")]] MeasurementFile {
     int recentRecordIndex();  // the newest record's slot, -1 for an empty file
     TimeStamp recentRecordTimeStamp();
 
-    // One slot's record; a default one when it can't be read. Slot 0 is answered
+    // The record of one slot, or a default one when it can't be read. Slot 0 comes
     // from memory. Slots beyond the record count are read if the file has them.
     MeasurementRecord readRecord(int slot);
-    // count records from firstSlot on, by one read; all default unless every one
-    // could be read. A negative count raises std::bad_alloc.
+    // count records from firstSlot on, with one read; all default ones unless all could
+    // be read. A negative count raises std::bad_alloc.
     std::vector<MeasurementRecord> readRecords(int firstSlot, int count);
-    // Both update what the object knows even if the write itself fails. addRecord
-    // follows the newest record and never wraps: ask recentRecordIndex() first, else
-    // it starts at slot 0. writeRecord takes slots 0 to getRecordCount() - 1. A record
-    // that does not fit its slot, or leaves its stream failed, is not written. False sets
-    // errno, by the rules of LostRecords.h.
+    // addRecord writes after the newest record and never wraps; call recentRecordIndex()
+    // before the first one, or it starts at slot 0. writeRecord takes slots 0 to
+    // getRecordCount() - 1. A record that does not fit its slot, or leaves its stream
+    // failed, is not written. Both update what the object knows even if the write itself
+    // fails. False sets errno as LostRecords.h says.
     bool addRecord(MeasurementRecord const& record);
     bool writeRecord(MeasurementRecord const& record, int slot);
 
@@ -102,7 +103,7 @@ class [[gnu::visibility("default")]] MeasurementFile {
 
   private:
     MeasurementRecord mRecentRecord;
-    int mOpenError = 0;  // while closed: why, an errno
+    int mOpenError = 0;  // why the file is closed, an errno
 };
 
 }  // namespace ZEB

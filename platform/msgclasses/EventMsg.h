@@ -5,6 +5,7 @@
 #include <string>
 
 #include "msgclasses/GpsLocation.h"
+#include "msgclasses/TimeStamp.h"
 #include "msgclasses/WireRecord.h"
 
 namespace ZEB {

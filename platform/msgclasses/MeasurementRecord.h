@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "msgclasses/TimeStamp.h"
 #include "msgclasses/WireRecord.h"
 
 namespace ZEB {

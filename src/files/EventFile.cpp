@@ -1,13 +1,21 @@
 #include "EventFile.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <mutex>
 
 #include "files/CopyFile.h"
 #include "files/FileNames.h"
 #include "files/Handles.h"
 #include "files/SlotFileOps.h"
+#include "files/SlotIo.h"
 #include "util/FileCreator.h"
+#include "util/VEKLog.h"
 #include "util/VEKPaths.h"
 
 namespace ZEB {

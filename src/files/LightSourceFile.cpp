@@ -1,8 +1,15 @@
 #include "LightSourceFile.h"
 
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
 #include "files/FileNames.h"
 #include "files/NoLightSourceFile.h"
 #include "files/SlotFileOps.h"
+#include "files/SlotIo.h"
+#include "util/DropCaches.h"
 #include "util/VEKPaths.h"
 
 namespace ZEB {

@@ -1,12 +1,13 @@
 #include "MeasurementFile.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
+#include <cstddef>
 
 #include "files/FileNames.h"
 #include "files/SlotFileOps.h"
+#include "files/SlotIo.h"
 #include "util/FileCreator.h"
+#include "util/VEKLog.h"
 #include "util/VEKPaths.h"
 
 namespace ZEB {

@@ -6,10 +6,12 @@
 
 #include "files/SlotIo.h"
 #include "logs/FileWindow.h"
+#include "logs/RangeQuery.h"
 #include "logs/RecordRun.h"
 #include "logs/RingPosition.h"
 #include "logs/StartUpWalk.h"
 #include "logs/StoreOrCount.h"
+#include "msgclasses/ByteStream.h"
 
 namespace ZEB {
 

@@ -17,10 +17,13 @@
 #include "logs/DateSearch.h"
 #include "logs/ExportText.h"
 #include "logs/FileWindow.h"
+#include "logs/RangeQuery.h"
 #include "logs/RecordRun.h"
 #include "logs/RingPosition.h"
 #include "logs/StartUpWalk.h"
 #include "logs/StoreOrCount.h"
+#include "msgclasses/ByteStream.h"
+#include "msgclasses/TimeStamp.h"
 #include "util/VEKLog.h"
 
 namespace ZEB {

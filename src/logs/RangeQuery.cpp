@@ -1,9 +1,11 @@
 #include "logs/RangeQuery.h"
 
 #include <algorithm>
+#include <istream>
 #include <ostream>
 #include <utility>
 
+#include "msgclasses/ByteBuf.h"
 #include "msgclasses/ByteStream.h"
 
 namespace ZEB {

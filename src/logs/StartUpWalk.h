@@ -77,9 +77,9 @@ inline bool isTornFrom(int number, int named) {
     return number == named && named > 0;
 }
 
-// Whether the times in a file leap over more than half of the way from its first time to
-// the next file's. They do where the clock was set back before the file was begun: the new
-// records are followed by those of the round before, which fill the file.
+// Whether the times in a file leap over more than half of the span from its first time to
+// the next file's. They do if the clock was set back before the file was begun: its new
+// records are then followed by those of the previous round, up to the end of the file.
 template <class TimeAt>
 bool leaps(std::int32_t first, std::int32_t next, int slots, TimeAt const& timeAt) {
     if (timeAt(slots - 1) <= 0) return false;
@@ -120,21 +120,21 @@ Place placeByBoth(FileFacts const& named, FileFacts const& next, Ring ring, Look
     Place const byFiles = walkRound(named, files, look);
     if (byFiles.seam == Seam::NotOlder) return byPointer;
     int const afterFound = (byFiles.file.index + 1) % files;
-    // Only a ring that has wrapped can show a clock that fell.
+    // Only a ring that has wrapped can show a clock that was set back.
     if (byFiles.seam == Seam::NoNext && afterFound != named.index) return byFiles;
     if (state == NamedFile::NotBegun && isTornFrom(afterFound, named.index)) return byFiles;
     // Behind the place of the files, the pointer is out of date; ahead of it, the walk stopped
-    // where the clock was set back. In a ring the shorter way tells which, and far from the
-    // pointer the leap.
+    // where the clock was set back. In a ring the shorter way tells which; far from the
+    // pointer, a leap in its file does.
     int const back = (named.index - byFiles.file.index + files) % files;
-    bool const clockFell =
+    bool const clockWasSetBack =
         2 * back < files || leaps(named.firstTime, next.firstTime, ring.slotsPerFile,
                                   [&](int slot) { return namedFile.timeAt(slot); });
-    return clockFell ? byPointer : byFiles;
+    return clockWasSetBack ? byPointer : byFiles;
 }
 
-// The place when a pointer named a file; namedFile is asked only when the files do not
-// bear the pointer out.
+// The place when a pointer names a file. namedFile is asked only when pointer and files
+// disagree.
 template <class Look, class NamedFileFacts>
 Place placeByPointer(FileFacts const& named, Ring ring, Look& look,
                      NamedFileFacts const& namedFile) {
