@@ -27,29 +27,6 @@ class EventLogs : public Instrument {
     }
 };
 
-TEST_F(EventLogs, JudgeFilesByTheirFirstTimes) {
-    useSmallRing(3);
-    std::string const header = headerOf("EL", 62, 3);
-    auto const rangeAfter = [&](std::vector<std::vector<int>> const& times) {
-        for (int i = 0; i < 9; ++i) fs::remove(path(i));
-        for (std::size_t i = 0; i < times.size(); ++i) {
-            std::vector<std::pair<int, EventMsg>> slots;
-            for (int time : times[i]) slots.emplace_back(slots.size(), event(time));
-            if (!slots.empty()) makeSlotFile(path(static_cast<int>(i)), header, 18 + 62 * 3, slots);
-        }
-        BasicEventLog log;
-        return rangeOf(log);
-    };
-    EXPECT_EQ(rangeAfter({}), Range(0, 0));
-    EXPECT_EQ(rangeAfter({{0, 1, 2}, {7}}), Range(0, 0));  // valid, yet empty to the log
-    EXPECT_EQ(rangeAfter({{-1}, {7}}), Range(0, 0));
-    EXPECT_EQ(rangeAfter({{5, 6, 7}, {5}}), Range(0, 4));      // equal times move on
-    EXPECT_EQ(rangeAfter({{5, 6}, {4, 4, 4}}), Range(2, 27));  // wrapped
-    EXPECT_EQ(rangeAfter({{5, 6, 7}, {0, 8}, {9}}), Range(0, 3));
-    EXPECT_EQ(rangeAfter({{5, 6, 7}, {}, {9}}), Range(0, 3));  // a gap ends it
-    EXPECT_FALSE(fs::exists(path(1)));
-}
-
 TEST_F(EventLogs, MakeFilesForReadingAndClearThemAll) {
     useSmallRing(3);
     BasicEventLog log;
@@ -145,18 +122,6 @@ TEST_F(EventLogs, CutRequestsToWhatTheyHold) {
         EXPECT_EQ(first, c.first);
         EXPECT_EQ(client, c.client);
     }
-}
-
-TEST_F(EventLogs, OutliveARingWithoutSlots) {
-    BasicEventLog log;
-    log.SetEnabled(true);
-    write(root / "zero", headerOf("EL", 62, 0));
-    EXPECT_EQ(EventFile::SetUpReading((root / "zero").c_str(), 1, 2, 7), 0);
-    append(log, 1, 2);
-    EXPECT_EQ(log.GetLostRecords().count, 2U);
-    EXPECT_EQ(log.GetLostRecords().error, EINVAL);
-    EXPECT_EQ(timeAt(log, 5), 0);
-    EXPECT_EQ(fetch(log, 0, 2).size(), 2U);
 }
 
 }  // namespace ZEB

@@ -224,12 +224,9 @@ class Enumeration {
             text << ", " << FaultNames[step.fault] << ' ' << step.value << " after " << step.after;
         }
         text << ": " << world.damage << "; pointer " << world.disk.pointer << ", records";
-        for (int file = 0; file < mShape.files; ++file) {
-            text << " |";
-            for (int slot = 0; slot < mShape.slots; ++slot) {
-                Slot const& found = world.disk.files[index(file)].slots[index(slot)];
-                text << ' ' << found.id << '@' << found.time;
-            }
+        for (File const& file : world.disk.files) {
+            text << (file.exists ? " |" : "");
+            for (Slot const& slot : file.slots) text << ' ' << slot.id << '@' << slot.time;
         }
         return text.str();
     }

@@ -150,16 +150,6 @@ class Reading(Case):
                                                   "kind_77": None, "pressure": 1e5, "voltage": 1})
         self.assertIn("temperature=0.1 load=NaN temperature=1e+300 kind_77=-Infinity", run("show", path))
 
-    def test_follow_crosses_into_the_next_file(self):
-        path = ring(self.tmp / "m", [[50, 51, 52]])
-        later = ring(self.tmp / "later", [[50, 51, 52, 53], [54, 55]])
-        with follow("-n1", "--format=json", path) as line:
-            self.assertIn('"slot":2', line())
-            for index in (0, 1):
-                os.replace(later / (LOG % index), path / (LOG % index))
-            for place in ('"file":0,"slot":3', '"file":1,"slot":0', '"file":1,"slot":1'):
-                self.assertIn(place, line())
-
     def test_follow_begins_and_goes_on(self):
         path = ring(self.tmp / "m", [[50, 51, 52, 53], [54, 55, 56, 57], [58, 59, 60, 61]])
         with follow("--format=tsv", path) as line:
