@@ -28,6 +28,7 @@ class SlotFiles : public Instrument {
     // Times by slot.
     void make(std::map<int, int> const& times) const {
         std::vector<std::pair<int, Record>> slots;
+        slots.reserve(times.size());
         for (auto const& [slot, time] : times) slots.emplace_back(slot, record(time));
         std::string const kind = Events ? "EL" : Lamps ? "LS" : "ML";
         makeSlotFile(path, headerOf(kind, File::RecordSize, File::getRecordCount()),
@@ -50,7 +51,7 @@ class SlotFiles : public Instrument {
                                   : data / "measurement_log0.vek";
 };
 using Kinds = testing::Types<EventFile, LightSourceFile, MeasurementFile>;
-TYPED_TEST_SUITE(SlotFiles, Kinds);
+TYPED_TEST_SUITE(SlotFiles, Kinds, );  // a variadic macro wants one argument more
 
 TYPED_TEST(SlotFiles, FindTheNewestRecordWhateverIsAskedFirst) {
     int const last = TypeParam::getRecordCount() - 1;

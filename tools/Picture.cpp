@@ -198,11 +198,11 @@ class Script {
             for (Stretch const& stretch : mPicture.panels[i].curve.stretches) {
                 std::int64_t const begin = stretch.index * mPicture.width - mPicture.from;
                 std::uint64_t& bottom = below[stretch.index];
-                std::fprintf(mOut, "%lld %lld %llu %llu\n", number(begin),
-                             number(begin + mPicture.width),
-                             static_cast<unsigned long long>(bottom),
-                             static_cast<unsigned long long>(bottom + stretch.count));
-                bottom += stretch.count;
+                std::uint64_t const top = bottom + stretch.count;
+                std::fprintf(
+                    mOut, "%lld %lld %llu %llu\n", number(begin), number(begin + mPicture.width),
+                    static_cast<unsigned long long>(bottom), static_cast<unsigned long long>(top));
+                bottom = top;
             }
             std::fputs("EOD\n", mOut);
         }
