@@ -201,7 +201,7 @@ TEST_F(EventFiles, AreReadElsewhereOnlyWithAMatchingHeader) {
          std::map<std::string, std::string>{{none, "Failed to open " + none},
                                             {unfit, refused + unfit},
                                             {tooLong, refused + tooLong}}) {
-        EXPECT_EQ(messagesOf([&] { EventFile::SetUpReading(there.c_str(), 1, 1, 0); }),
+        EXPECT_EQ(messagesOf([&path = there] { EventFile::SetUpReading(path.c_str(), 1, 1, 0); }),
                   message + "\n");
         EXPECT_EQ(EventFile::getFileLocation(), before);
     }

@@ -22,7 +22,9 @@ constexpr std::int64_t Widths[] = {1,    5,    15,   30,    60,    300,  900,
 constexpr std::size_t LastWidth = sizeof Widths / sizeof *Widths - 1;
 
 std::int64_t widthOf(std::size_t rung) {
-    return rung <= LastWidth ? Widths[rung] : Widths[LastWidth] << (rung - LastWidth);
+    constexpr std::size_t MostDoublings = 31;  // of a day, far beyond all times of records
+    if (rung <= LastWidth) return Widths[rung];
+    return Widths[LastWidth] << std::min(rung - LastWidth, MostDoublings);
 }
 
 std::int32_t divided(std::int64_t number, std::int64_t by) {
