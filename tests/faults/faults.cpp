@@ -247,7 +247,9 @@ void emptyFiles(Part& part) {
 void killed(int rounds) {
     for (shared.tried = 0; shared.tried < rounds; ++shared.tried) {
         pid_t const pid = fork();
-        while (pid == 0) rigged->step(withLamps, false);
+        if (pid == 0) {
+            for (;;) rigged->step(withLamps, false);
+        }
         usleep(static_cast<unsigned>(rand()) % 6000);
         int status = 0;
         bool const wasKilled = kill(pid, SIGKILL) == 0 && waitpid(pid, &status, 0) == pid &&
