@@ -103,7 +103,6 @@ TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
              {"right", "2", {full1, newest}, five, "2"},
              {"behind", "1", {full0, full1, newest}, five, "2"},
              {"move cut", "3", {{2, 300, R, 0}, old3, {4, 60, R, 0}}, {3 * R, T}, "2"},
-             {"to 0", "0", {{F - 1, 300, R, 0}, {0, 51, R, 0}, {1, 60, R, 0}}, {T, T}, "399"},
              {"last", "399", {last, {0, 30, R, 0}}, {0, 399 * R + 5}, "399"},
              {"file behind", "399", {last, full0, {400, 95, 5, 0}}, {0, 399 * R + 5}, "399"},
              {"beyond, no file 0", "400", {{400, -5, 2, 0}, {401, 9, 5, 0}}, {0, T + 2}, "400"},

@@ -25,11 +25,10 @@ class SlotFiles : public Instrument {
         if constexpr (Lamps) return lamp(time, time);
         if constexpr (!Events && !Lamps) return measurement(time);
     }
-    // Times by slot.
-    void make(std::map<int, int> const& times) const {
+    void make(std::map<int, int> const& timesBySlot) const {
         std::vector<std::pair<int, Record>> slots;
-        slots.reserve(times.size());
-        for (auto const& [slot, time] : times) slots.emplace_back(slot, record(time));
+        slots.reserve(timesBySlot.size());
+        for (auto const& [slot, time] : timesBySlot) slots.emplace_back(slot, record(time));
         std::string const kind = Events ? "EL" : Lamps ? "LS" : "ML";
         makeSlotFile(path, headerOf(kind, File::RecordSize, File::getRecordCount()),
                      static_cast<std::uintmax_t>(File::getFileSize()), slots);
