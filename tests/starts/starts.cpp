@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <optional>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -64,7 +63,7 @@ std::vector<Row> readTable(char const* path) {
         std::vector<std::string> cells;
         std::istringstream split(line);
         for (std::string cell; inside && std::getline(split, cell, '|');) {
-            cells.push_back(std::regex_replace(cell, std::regex("^ +| +$"), ""));
+            cells.push_back(cell.size() > 2 ? cell.substr(1, cell.size() - 2) : "");
         }
         if (cells.size() != 6 || !std::isdigit(cells[5][0])) continue;
         std::string const fault = cells[2].substr(0, cells[2].find(','));
