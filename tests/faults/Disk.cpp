@@ -77,9 +77,9 @@ bool inMemory(char const* path) {
 auto inDirectory(std::string const& path) {
     std::vector<std::string> names;
     std::string const start = path + '/';
-    for (auto const& entry : now.names) {
-        bool const inside = entry.first.rfind(start, 0) == 0;
-        if (inside) names.push_back(entry.first.substr(start.size()));
+    auto entry = now.names.lower_bound(start);
+    for (; entry != now.names.end() && entry->first.rfind(start, 0) == 0; ++entry) {
+        names.push_back(entry->first.substr(start.size()));
     }
     return names;
 }

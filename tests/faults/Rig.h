@@ -241,10 +241,11 @@ struct Part {
     int settle(bool returned) {
         int lost = 0;
         auto const disk = onDisk();
+        bool const same = std::memcmp(disk.get(), held.now, Capacity * sizeof(Slot)) == 0;
         for (int at = 0; at < Capacity; ++at) {
             Slot const& found = disk[static_cast<unsigned>(at)];
             Doubt const doubt = returned && held.doubt[at] == Either ? Sure : held.doubt[at];
-            if (found != held.now[at]) {
+            if (!same && found != held.now[at]) {
                 if (doubt != Either && held.now[at].used()) ++lost;
                 requireAllowed(at, found, doubt);
             }
