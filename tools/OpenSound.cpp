@@ -41,7 +41,8 @@ std::string causeOf(std::optional<FileHeader> const& found, FileHeader const& ex
             return difference("record count", found->recordCount, expected.recordCount);
         }
     }
-    return "short file: " + std::to_string(length) + " of " + std::to_string(fileSize) + " bytes";
+    std::string const whole = expected.recordCount > 0 ? " of " + std::to_string(fileSize) : "";
+    return "short file: " + std::to_string(length) + whole + " bytes";
 }
 
 }  // namespace

@@ -29,12 +29,17 @@ struct Survey {
     }
 };
 
-// How many files the log should have, at least.
+// How many files of the ring there should be, at least.
 template <class Kind>
 int expectedFiles(Log<Kind> const& log, bool wrapped) {
-    int end = wrapped ? log.ring.files : 0;
-    if (!log.paths.empty()) end = std::max(end, log.paths.rbegin()->first + 1);
-    if (!log.faulty.empty()) end = std::max(end, log.faulty.rbegin()->first + 1);
+    if (wrapped) return log.ring.files;
+    int end = 0;
+    for (auto const& [index, path] : log.paths) {
+        if (index < log.ring.files) end = std::max(end, index + 1);
+    }
+    for (auto const& [index, file] : log.faulty) {
+        if (index < log.ring.files) end = std::max(end, index + 1);
+    }
     return end;
 }
 
@@ -65,7 +70,7 @@ Survey surveyOnce(Log<Kind> const& log) {
     survey.byModification = start.byModification;
     bool const isSame = !newest.current || isBetween(newest, survey.next, log.ring);
     survey.newest = isSame ? survey.next : newest.current->mFileIndex;
-    int const end = std::min(expectedFiles(log, newest.wrapped), log.ring.files);
+    int const end = expectedFiles(log, newest.wrapped);
     for (int index = 0; index < end; ++index) {
         if (log.paths.count(index) + log.faulty.count(index) == 0) survey.missing.push_back(index);
     }

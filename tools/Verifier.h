@@ -64,7 +64,9 @@ class Verifier {
         mSurvey = complainOfLosses(mLog, Advice::CopyIt, mStatus);
         if (mPlace.wrapped) startBehindTheLastFile();
         Log<Kind> const atStart = mLog;  // files made from now on are left out
-        int const end = expectedFiles(atStart, mPlace.wrapped);
+        int end = expectedFiles(atStart, mPlace.wrapped);
+        if (!atStart.paths.empty()) end = std::max(end, atStart.paths.rbegin()->first + 1);
+        if (!atStart.faulty.empty()) end = std::max(end, atStart.faulty.rbegin()->first + 1);
         for (int index = 0; index < end; ++index) {
             auto const faulty = atStart.faulty.find(index);
             if (faulty != atStart.faulty.end()) {

@@ -209,7 +209,7 @@ class Damage(Case):
             (wrapped, "4", lambda: 0, POINTER, "", "but the newest record is in file 1"),
             (wrapped, "", lambda: 0, POINTER, "", "holds no file number"),
             (wrapped, "1", lambda: os.unlink(POINTER), POINTER, "", "missing"),
-            (wrapped + [[56]], "1", lambda: 0, LOG % 5, "", "beyond the ring of 5 files"),
+            (started, "2", lambda: shutil.copy(LOG % 2, LOG % 7), LOG % 7, "", "beyond the ring of 5 files"),
             (wrapped, "1", lambda: poke(2, 132, struct.pack("<I", 1000000)), LOG % 2, "1", "microseconds above 999999"),
             (started, "2", lambda: (os.unlink(POINTER), os.symlink(POINTER, POINTER)), POINTER, "", "Too many levels", 3),
             (started[:1], "0", lambda: os.unlink(POINTER)),
