@@ -58,7 +58,10 @@ bool Filter::matches(MeasurementRecord const& record) const {
            channel.contain(record.channel()) && client.contain(record.client());
 }
 
-void Filter::requireFieldsOf(std::string const& log) const {
+void Filter::requireFitFor(std::string const& log) const {
+    if (period.since > period.until) {
+        throw WrongUsage("--since is later than --until: no record falls in between");
+    }
     struct {
         char const* option;
         bool given;

@@ -47,8 +47,9 @@ struct Filter {
     bool matches(LightSourceRecord const& record) const;
     bool matches(MeasurementRecord const& record) const;
 
-    // Throws WrongUsage when a field was named that the log's records don't have.
-    void requireFieldsOf(std::string const& log) const;
+    // Throws WrongUsage when it can mean none of the records: its period ends before it
+    // begins, or it names a field that they do not have.
+    void requireFitFor(std::string const& log) const;
 };
 
 void addFilter(CLI::App& command, Filter& filter);

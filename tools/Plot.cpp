@@ -81,7 +81,7 @@ std::vector<Curve> chosenCurves(Gathered const& gathered, Options const& options
 
 template <class Kind>
 Picture pictureOf(Log<Kind> const& log, Options const& options, Status& status) {
-    options.filter.requireFieldsOf(Kind::Name);
+    options.filter.requireFitFor(Kind::Name);
     Gathered gathered;
     gather(log, options, status, gathered);
     if (options.damaged) {

@@ -76,7 +76,7 @@ void follow(Sources<Kind> const& sources, Filter const& filter, Printer<Kind>& p
 
 template <class Kind>
 void showLogs(std::vector<Log<Kind>> const& logs, Options const& options, Status& status) {
-    options.filter.requireFieldsOf(Kind::Name);
+    options.filter.requireFitFor(Kind::Name);
     Sources<Kind> sources = sourcesOf(logs, options, status);
     bool const readTwice = Printer<Kind>::needsValueColumns(options);
     Progress progress(bytesOf(sources) * (readTwice ? 2 : 1), isatty(STDOUT_FILENO) != 0);
