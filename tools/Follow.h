@@ -8,7 +8,7 @@
 
 namespace ZEB::tool {
 
-// Looks again and again behind the last record seen. A slot there that was unused
+// Looks again and again after the last record seen. A slot there that was unused
 // before holds a new record whatever its time; in a ring's second round the old
 // record there is told from a new one by its key alone.
 template <class Kind>
@@ -60,7 +60,7 @@ class Follower {
             std::make_unique<LogFile<Kind>>(index, mLog.filePath(index), mLog.ring.slotsPerFile);
     }
 
-    // The last record's file may have been removed, moved away or made anew; a restart
+    // The last record's file may have been removed, moved away or replaced; a restart
     // of the lamp log writes the slot again, with a new key.
     template <class Visit>
     void lookAtLast(Visit const& visit) {

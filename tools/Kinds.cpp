@@ -14,7 +14,7 @@ std::string formatted(char const* format, Arguments... arguments) {
     return formatPath(text, format, arguments...) ? text : "";
 }
 
-// Scanning alone would take a name with something behind it, too.
+// Scanning alone would take a name with something after it, too.
 template <class Kind>
 std::optional<FileName> ifExact(FileName const& found, std::string const& name) {
     if (found.index < 0 || Kind::format(found) != name) return std::nullopt;

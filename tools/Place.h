@@ -30,7 +30,7 @@ struct Place {
 
 enum class Gaps {
     EndTheLog,  // as the instrument takes them
-    AreSkipped  // the records behind them are still worth reading
+    AreSkipped  // the records after them are still worth reading
 };
 
 template <class Kind>
@@ -130,7 +130,7 @@ std::vector<Span> spansOf(Log<Kind> const& log, Place<Kind> const& place) {
         (isLater ? after : before).push_back({index, 0, slots});
     }
     if (!place.wrapped) return before;
-    // The current file ends the round; what it holds behind the newest record
+    // The current file ends the round; what it holds after the newest record
     // begins it.
     std::vector<Span> spans;
     int const olderFrom = place.newestSlot() + 1;

@@ -20,6 +20,7 @@ struct Finding {
         return slot == other.slot && cause == other.cause;
     }
 };
+
 // A pointer that can't be read, or holds no number.
 inline std::optional<Finding> withoutNumber(Log<MeasurementKind> const& log) {
     Stream const in(std::fopen(pointerPath(log.directory).c_str(), "rb"));

@@ -70,8 +70,8 @@ class SlotReader {
         mCount = mDone = 0;
     }
 
-    // On to the next slot; false behind the last. Throws CantRead when a block can't
-    // be read, and then goes on behind it.
+    // On to the next slot; false after the last. Throws CantRead when a block can't
+    // be read, and then goes on after it.
     bool next() {
         if (mDone == mCount && !load()) return false;
         int const place = mOrder == Order::OldestFirst ? mDone : mCount - 1 - mDone;

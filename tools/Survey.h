@@ -16,7 +16,7 @@ struct Survey {
     int next = 0;                 // the one it would go on with
     int newest = 0;               // the one with the newest record
     bool byModification = false;  // next hangs on the files' times of modification
-    std::vector<int> missing;     // though there are, or have been, files behind them
+    std::vector<int> missing;     // though there are, or have been, files after them
     std::vector<int> hidden;      // sound, with records, but out of its sight
 
     bool isClean() const {

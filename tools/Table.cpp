@@ -90,7 +90,7 @@ void Table::row(std::vector<Cell> const& cells, std::vector<NamedCell> const& mo
     write();
 }
 
-// With a separator behind it.
+// With a separator after it.
 void Table::appendField(Cell const& cell) {
     auto const* const text = std::get_if<std::string>(&cell);
     if (text == nullptr) {
@@ -113,7 +113,7 @@ void Table::appendObject(std::vector<Cell> const& cells, std::vector<NamedCell> 
     if (mFormat == Format::JsonLines) mLine += '\n';
 }
 
-// With a comma behind it.
+// With a comma after it.
 void Table::appendMember(std::string const& name, Cell const& cell) {
     mLine += '"';
     mLine += name;

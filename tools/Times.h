@@ -24,7 +24,7 @@ constexpr char const* TimeExamples =
 
 // Seconds since 1970, from
 // - an ISO time, from a mere date on: 2026-01-31, 2026-01-31T12:30, 2026-01-31 12:30:59.25,
-//   in UTC or with an offset behind it (Z, +01:00, +0100); fractions are cut;
+//   in UTC or with an offset after it (Z, +01:00, +0100); fractions are cut;
 // - @1795550000;
 // - a time before now: -90s, -30m, -1h, -2d, -1w;
 // - now; today and yesterday, which begin at midnight UTC.

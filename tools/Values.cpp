@@ -10,7 +10,7 @@ namespace ZEB::tool {
 namespace {
 
 // The records' own text, "method TAB channel TAB name=value", is where kinds have
-// their names; the first one without a name is "unknown", as are all behind it.
+// their names; the first one without a name is "unknown", as are all after it.
 std::vector<std::string> namedKinds() {
     std::vector<std::string> names(1);
     for (;;) {
