@@ -381,7 +381,7 @@ class Documents(Case):
                 ("show --reverse=x x", 2, "--reverse takes no"), ("show --code 3-1 x", 2, '--code: "3-1" is not a list'),
                 ("plot --image gif x", 2, '"gif" is not svg or png'), (f"show --log lamps {path}", 2, "holds measurements"),
                 (f"show --code 1 {path}", 2, "--code chooses among events"), ("info /dev/null", 3, "not a file of any log"),
-                ("verify missing", 3, "missing: No such file")):
+                ("show --since @9 --until @8 " + str(path), 2, "--since is later"), ("verify missing", 3, "missing: No such file")):
             error = messages(*args.split(), code=code)[1]
             self.assertIn(told, error)
             self.assertRegex(error, r"^veklogs: .*\n$")
@@ -468,14 +468,20 @@ class Loading(Case):
             psql(f"insert into {table} select (jsonb_populate_record(null::{table}, line)).* from {table}_lines")
 
         call("initdb", "-D", self.tmp / "db", "-A", "trust", "-U", "x", "-N", "-E", "UTF8", "--locale=C.UTF-8")
-        call("pg_ctl", "-D", self.tmp / "db", "-w", "-l", self.tmp / "log", "-o", f"-F -h '' -k {self.tmp}", "start")
+        server = subprocess.Popen(  # a killed test leaves it behind for a while only
+            ["timeout", "300", binaries / "postgres", "-D", self.tmp / "db", "-F", "-h", "", "-k", self.tmp],
+            cwd=self.tmp, stderr=subprocess.DEVNULL, **as_other)
         try:
+            while subprocess.run([binaries / "pg_isready", "-q", "-h", self.tmp]).returncode:
+                self.assertIsNone(server.poll())
+                time.sleep(0.1)
             self.assertEqual({row[0] for row in ask("select word from pg_get_keywords()")} & self.types.keys(), set())
             self.load(ask, copy, copy_json, ["a\tb\\\n", 'say "x", \x1b[m', "\ufffd"])
             self.assertEqual([ask(f"select count(*) from measurements_{format} where load_value = 'NaN'")
                               for format in ("csv", "tsv", "jsonl")], [[["1"]], [["1"]], [["0"]]])
         finally:
-            call("pg_ctl", "-D", self.tmp / "db", "-m", "immediate", "stop")
+            server.terminate()
+            server.wait()
 
 
 unittest.main()
