@@ -97,14 +97,13 @@ TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
     Used const full0{0, 9, R, 0};
     Used const full1{1, 200, R, 0};
     Used const newest{2, 300, 5, 0};
-    Used const old3{3, 51, R, 0};
-    Used const last{399, 8, 5, 5};
     for (Case const& c : std::vector<Case>{
-             {"right", "2", {full1, newest}, five, "2"},
              {"behind", "1", {full0, full1, newest}, five, "2"},
-             {"move cut", "3", {{2, 300, R, 0}, old3, {4, 60, R, 0}}, {3 * R, T}, "2"},
-             {"last", "399", {last, {0, 30, R, 0}}, {0, 399 * R + 5}, "399"},
-             {"file behind", "399", {last, full0, {400, 95, 5, 0}}, {0, 399 * R + 5}, "399"},
+             {"file behind",
+              "399",
+              {{399, 8, 5, 5}, full0, {400, 95, 5, 0}},
+              {0, 399 * R + 5},
+              "399"},
              {"beyond, no file 0", "400", {{400, -5, 2, 0}, {401, 9, 5, 0}}, {0, T + 2}, "400"},
              {"far beyond", "2147483647", {}, {0, INT32_MAX}, "2147483647"},
              {"none, empty file 0", "", {{0, -9, 3, 0}, full1}, {0, 0}, ""}}) {

@@ -391,7 +391,7 @@ int main(int argc, char** argv) {
     std::string const kind = argv[1];
     std::string const which = argv[4];
     bool const image = kind == "image";
-    bool const onMachine = image || kind == "kills" || kind == "soak" || kind == "threads";
+    onMachine = image || kind == "kills" || kind == "soak" || kind == "threads";
     setenv("VEK_ROOT", "/rig", 1);
     if (onMachine) makeRoot(image ? argv[4] : nullptr);
     State& state = kind == "kills" ? shared.state : own;
