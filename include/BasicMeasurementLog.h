@@ -105,6 +105,7 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     void findPlaceByFiles();
     void makeCurrent(int fileIndex);
     bool isCurrent(int fileIndex) const;
+    std::uint32_t timeOf(int recordIndex);
     void setHeld(HeldRange const& held);
 
     mutable Mutex mMutex;

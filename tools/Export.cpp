@@ -36,22 +36,22 @@ void exportAsInstrument(Log<MeasurementKind> const& log, Period period, Status& 
         return *file;
     };
     auto const timeOf = [&](int index) {
+        if (index < 0) return std::uint32_t{0};
         auto const at = ringPosition(static_cast<std::uint64_t>(index), log.ring);
         return static_cast<std::uint32_t>(
             fileAt(at.file).readRecord(at.slot).timeStamp().seconds());
     };
 
     writeExportHeader(stdout);
-    if (held.count <= 0) return;
     if (period.since > period.until) std::swap(period.since, period.until);
-    std::int64_t index = indexOfDate(held, searched(period.since), timeOf);
-    std::int64_t const last = indexOfDate(held, searched(period.until), timeOf);
-    Progress progress((last - index + 1) * File::RecordSize, isatty(STDOUT_FILENO) != 0);
+    auto [index, left] =
+        recordsBetween(searched(period.since), searched(period.until), held, log.ring, timeOf);
+    Progress progress(left * File::RecordSize, isatty(STDOUT_FILENO) != 0);
     SlotReader<MeasurementKind> reader(progress);
-    while (index <= last) {
+    while (left > 0) {
         auto const at = ringPosition(static_cast<std::uint64_t>(index), log.ring);
-        auto const count = static_cast<int>(
-            std::min<std::int64_t>(last - index + 1, log.ring.slotsPerFile - at.slot));
+        auto const count =
+            static_cast<int>(std::min<std::int64_t>(left, log.ring.slotsPerFile - at.slot));
         fileAt(at.file);
         if (file->path().empty()) {
             MeasurementRecord none;
@@ -65,6 +65,7 @@ void exportAsInstrument(Log<MeasurementKind> const& log, Period period, Status& 
             }
         }
         index += count;
+        left -= count;
     }
 }
 

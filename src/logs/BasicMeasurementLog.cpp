@@ -231,10 +231,11 @@ MeasurementRecord BasicMeasurementLog::getRecord(int recordIndex) {
 }
 
 int BasicMeasurementLog::dateToIndex(unsigned int date) {
-    auto const timeOf = [this](int index) {
-        return static_cast<std::uint32_t>(getRecord(index).timeStamp().seconds());
-    };
-    return indexOfDate({mFirst, mCount}, date, timeOf);
+    return indexOfDate({mFirst, mCount}, date, [this](int index) { return timeOf(index); });
+}
+
+std::uint32_t BasicMeasurementLog::timeOf(int recordIndex) {
+    return static_cast<std::uint32_t>(getRecord(recordIndex).timeStamp().seconds());
 }
 
 void BasicMeasurementLog::GetLogRange(ByteBuf& reply) {
@@ -283,11 +284,9 @@ bool BasicMeasurementLog::SaveToFile(char const* path, long from, long to) {
 
     Lock const lock(mMutex);
     if (from > to) std::swap(from, to);
-    std::int64_t index = std::max(dateToIndex(static_cast<unsigned int>(from)), 0);
-    int const last = dateToIndex(static_cast<unsigned int>(to));
-    std::int64_t left = mCount > 0 ? last - index + 1 : 0;
-    // After a pointer outside the ring the log may count more than it has slots.
-    left = std::min<std::int64_t>(left, ring().capacity());
+    auto [index, left] = recordsBetween(static_cast<std::uint32_t>(from),
+                                        static_cast<std::uint32_t>(to), {mFirst, mCount}, ring(),
+                                        [this](int recordIndex) { return timeOf(recordIndex); });
     while (left > 0) {
         RingPosition const at = ringPosition(static_cast<std::uint64_t>(index), ring());
         auto const length =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "logs/RingPosition.h"
@@ -26,6 +27,23 @@ int indexOfDate(HeldRange held, std::uint32_t date, TimeOf const& timeOf) {
         }
     }
     return low;
+}
+
+// The records between two dates: count of them, from the index first on.
+struct DatedRun {
+    std::int64_t first;
+    std::int64_t count;
+};
+
+// After a pointer outside the ring a log may hold indices below 0, and more of them than it
+// has slots: it gives no record twice.
+template <class TimeOf>
+DatedRun recordsBetween(std::uint32_t from, std::uint32_t to, HeldRange held, Ring ring,
+                        TimeOf const& timeOf) {
+    if (held.count <= 0) return {0, 0};
+    std::int64_t const first = std::max(indexOfDate(held, from, timeOf), 0);
+    std::int64_t const last = indexOfDate(held, to, timeOf);
+    return {first, std::min<std::int64_t>(last - first + 1, ring.capacity())};
 }
 
 }  // namespace ZEB
