@@ -90,9 +90,9 @@ double Stretch::mean() const {
     return std::isfinite(mean) ? std::clamp(mean, least, greatest) : least / 2 + greatest / 2;
 }
 
-void Curves::turnTo(std::int64_t seconds) {
+void Curves::findIndex() {
     std::int64_t const width = widthOf(mRung);
-    mIndex = divided(seconds, width);
+    mIndex = divided(mSeconds, width);
     mBegin = mIndex * width;
     mEnd = mBegin + width;
 }
@@ -110,16 +110,25 @@ void Curves::meet(std::uint64_t curve) {
     if (!mComplete) mMet[curve * HashFactor >> (64 - MetBits)] = true;
 }
 
+// False for a value that finds no room.
+bool Curves::reach(std::uint64_t curve, Shortcut& shortcut) {
+    if (!mComplete && !mMet[curve * HashFactor >> (64 - MetBits)] && !admits()) return false;
+    Stretch* place = &find(curve, mIndex);
+    if (place->count == 0) place = &begin(curve);
+    shortcut = {curve, mIndex, place};
+    return true;
+}
+
 // Makes an empty stretch, unless the curve has one there when room was made.
-Stretch& Curves::begin(std::uint64_t curve, std::int32_t seconds) {
+Stretch& Curves::begin(std::uint64_t curve) {
     if (mUsed >= Places / 2) {
         while (mUsed > Places / 4) makeRoom();
-        turnTo(seconds);
+        findIndex();
     }
     Stretch& place = find(curve, mIndex);
     if (place.count > 0) return place;
     constexpr double Infinity = std::numeric_limits<double>::infinity();
-    place = {curve, mIndex, 0, 0, seconds, seconds, Infinity, -Infinity, 0};
+    place = {curve, mIndex, 0, 0, mSeconds, mSeconds, Infinity, -Infinity, 0};
     meet(curve);
     ++mUsed;
     return place;
@@ -136,13 +145,18 @@ void Curves::makeRoom() {
         mMet.assign(std::size_t{1} << MetBits, false);
     }
     std::unordered_set<std::uint64_t> kept;
-    for (Curve const& curve : curves) kept.insert(curve.name);
+    if (tooMany) {
+        for (Curve const& curve : curves) kept.insert(curve.name);
+    }
     std::vector<Stretch> stretches;
+    stretches.reserve(mUsed);
     for (Stretch& place : mPlaces) {
-        if (place.count > 0 && kept.count(place.curve) > 0) stretches.push_back(place);
+        if (place.count > 0 && (!tooMany || kept.count(place.curve) > 0)) {
+            stretches.push_back(place);
+        }
         place.count = 0;
     }
-    mLast.assign(Shortcuts, &mNone);
+    mLast.assign(Shortcuts, {});
     mUsed = 0;
     for (Stretch& stretch : stretches) {
         if (!tooMany) widen(stretch, mRung);
@@ -160,8 +174,13 @@ void Curves::makeRoom() {
 
 std::vector<Curve> Curves::list() const {
     std::unordered_map<std::uint64_t, std::uint64_t> counts;
+    std::pair<std::uint64_t const, std::uint64_t>* last = nullptr;  // neighbours are often equal
     for (Stretch const& place : mPlaces) {
-        if (place.count > 0) counts[place.curve] += place.count;
+        if (place.count == 0) continue;
+        if (last == nullptr || last->first != place.curve) {
+            last = &*counts.try_emplace(place.curve).first;
+        }
+        last->second += place.count;
     }
     std::vector<Curve> curves;
     curves.reserve(counts.size());

@@ -1,14 +1,16 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace ZEB::tool {
 
-// What a curve showed in a stretch of time.
-struct Stretch {
+// What a curve showed in a stretch of time; of a size that caches like.
+struct alignas(64) Stretch {
     std::uint64_t curve = 0;
     std::int32_t index = 0;   // it begins at index * width seconds since 1970
     std::uint32_t count = 0;  // of values; 0: a free place
@@ -27,8 +29,8 @@ struct Stretch {
         } else if (seconds < first) {
             first = seconds;
         }
-        if (value < least) least = value;
-        if (value > greatest) greatest = value;
+        least = std::min(least, value);
+        greatest = std::max(greatest, value);
         sum += value;
     }
     void join(Stretch const& other);
@@ -59,20 +61,21 @@ class Curves {
     Curves(Curves const&) = delete;
     Curves& operator=(Curves const&) = delete;
 
-    void add(std::uint64_t curve, std::int32_t seconds, double value) {
-        if (!(value - value == 0)) {
+    // The time of all values that are added next.
+    void turnTo(std::int32_t seconds) {
+        mSeconds = seconds;
+        if (seconds < mBegin || seconds >= mEnd) findIndex();
+    }
+
+    void add(std::uint64_t curve, double value) {
+        if (!(std::abs(value) <= std::numeric_limits<double>::max())) {
             ++mNotFinite;
             return;
         }
-        if (!mComplete && !mMet[curve * HashFactor >> (64 - MetBits)] && !admits()) return;
-        if (seconds < mBegin || seconds >= mEnd) turnTo(seconds);
         // Mostly the stretch that the curve came to before.
-        Stretch*& last = mLast[(curve ^ curve >> 12) % Shortcuts];
-        if (last->curve != curve || last->index != mIndex) {
-            last = &find(curve, mIndex);
-            if (last->count == 0) last = &begin(curve, seconds);
-        }
-        last->add(seconds, value);
+        Shortcut& last = mLast[(curve ^ curve >> 12) % Shortcuts];
+        if ((last.curve != curve || last.index != mIndex) && !reach(curve, last)) return;
+        last.place->add(mSeconds, value);
     }
 
     // Those with the most values first, as yet without their stretches.
@@ -88,10 +91,16 @@ class Curves {
 
   private:
     static constexpr std::uint64_t HashFactor = 0x9e3779b97f4a7c15;
-    static constexpr int HashBits = 18;
+    static constexpr int HashBits = 17;
     static constexpr int MetBits = 22;
     static constexpr std::size_t Places = std::size_t{1} << HashBits;
     static constexpr std::size_t Shortcuts = 1024;
+
+    struct Shortcut {
+        std::uint64_t curve = ~std::uint64_t{0};  // that of none
+        std::int32_t index = 0;
+        Stretch* place = nullptr;
+    };
 
     // Neighbours in time are neighbours in memory, sixteen by sixteen.
     static std::size_t hash(std::uint64_t curve, std::int32_t index) {
@@ -106,18 +115,19 @@ class Curves {
             if ((place.index == index && place.curve == curve) || place.count == 0) return place;
         }
     }
-    void turnTo(std::int64_t seconds);
+    void findIndex();
+    bool reach(std::uint64_t curve, Shortcut& shortcut);
     bool admits();
     void meet(std::uint64_t curve);
-    Stretch& begin(std::uint64_t curve, std::int32_t seconds);
+    Stretch& begin(std::uint64_t curve);
     void makeRoom();
 
     std::vector<Stretch> mPlaces = std::vector<Stretch>(Places);
-    Stretch mNone{~std::uint64_t{0}};
-    std::vector<Stretch*> mLast = std::vector<Stretch*>(Shortcuts, &mNone);
+    std::vector<Shortcut> mLast = std::vector<Shortcut>(Shortcuts);
     std::size_t mUsed = 0;
     std::size_t mRung = 0;
-    std::int32_t mIndex = 0;  // of the stretch that was turned to
+    std::int32_t mSeconds = 0;  // what was turned to
+    std::int32_t mIndex = 0;    // of its stretch
     std::int64_t mBegin = 0;
     std::int64_t mEnd = 0;
     std::uint64_t mNotFinite = 0;

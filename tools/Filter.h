@@ -43,6 +43,7 @@ struct Filter {
     Numbers channel;
     Numbers client;
 
+    bool meansAll() const;
     bool matches(EventMsg const& record) const;
     bool matches(LightSourceRecord const& record) const;
     bool matches(MeasurementRecord const& record) const;

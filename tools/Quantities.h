@@ -14,23 +14,19 @@ namespace ZEB::tool {
 
 // The curves that the records of a log draw: how many events of each severity, the
 // statistics of each lamp, the values of each channel and kind.
-inline void addTo(Curves& curves, EventMsg const& record) {
-    curves.add(record.severity(), record.timeStamp().seconds(), 1);
-}
+inline void addTo(Curves& curves, EventMsg const& record) { curves.add(record.severity(), 1); }
 
 inline void addTo(Curves& curves, LightSourceRecord const& record) {
     constexpr double MillisecondsOfHour = 3600e3;
     std::uint64_t const curve = std::uint64_t{record.lampKind()} << 1;
-    std::int32_t const seconds = record.timeStamp().seconds();
-    curves.add(curve, seconds, static_cast<double>(record.burningTime()) / MillisecondsOfHour);
-    curves.add(curve | 1, seconds, record.ignitions());
+    curves.add(curve, static_cast<double>(record.burningTime()) / MillisecondsOfHour);
+    curves.add(curve | 1, record.ignitions());
 }
 
 inline void addTo(Curves& curves, MeasurementRecord const& record) {
     std::uint64_t const channel = std::uint64_t{record.channel()} << 16;
-    std::int32_t const seconds = record.timeStamp().seconds();
     forEachValue(record, [&](ValueKind kind, double value) {
-        curves.add(channel | static_cast<std::uint16_t>(kind), seconds, value);
+        curves.add(channel | static_cast<std::uint16_t>(kind), value);
     });
 }
 
@@ -47,6 +43,7 @@ struct Gathered {
         std::int32_t const seconds = record.timeStamp().seconds();
         first = std::min(first, seconds);
         last = std::max(last, seconds);
+        curves.turnTo(seconds);
         addTo(curves, record);
     }
 };
