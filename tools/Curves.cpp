@@ -123,7 +123,6 @@ bool Curves::reach(std::uint64_t curve, Shortcut& shortcut) {
 Stretch& Curves::begin(std::uint64_t curve) {
     if (mUsed >= Places / 2) {
         while (mUsed > Places / 4) makeRoom();
-        findIndex();
     }
     Stretch& place = find(curve, mIndex);
     if (place.count > 0) return place;
@@ -169,7 +168,10 @@ void Curves::makeRoom() {
         meet(stretch.curve);
         ++mUsed;
     }
-    if (!tooMany) ++mRung;
+    if (!tooMany) {
+        ++mRung;
+        findIndex();
+    }
 }
 
 std::vector<Curve> Curves::list() const {

@@ -9,7 +9,7 @@
 
 namespace ZEB::tool {
 
-// What a curve showed in a stretch of time; of a size that caches like.
+// What a curve showed in a stretch of time; fills a line of the cache.
 struct alignas(64) Stretch {
     std::uint64_t curve = 0;
     std::int32_t index = 0;   // it begins at index * width seconds since 1970

@@ -42,13 +42,6 @@ bool Numbers::isNamed(std::uint32_t number) const {
     });
 }
 
-bool Filter::meansAll() const {
-    Period const always;
-    return period.since == always.since && period.until == always.until && severity.areAll() &&
-           code.areAll() && text.empty() && lamp.areAll() && method.areAll() && channel.areAll() &&
-           client.areAll();
-}
-
 bool Filter::matches(EventMsg const& record) const {
     return period.contains(record.timeStamp().seconds()) && severity.contain(record.severity()) &&
            code.contain(record.code()) && client.contain(record.client()) &&

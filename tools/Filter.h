@@ -43,7 +43,6 @@ struct Filter {
     Numbers channel;
     Numbers client;
 
-    bool meansAll() const;
     bool matches(EventMsg const& record) const;
     bool matches(LightSourceRecord const& record) const;
     bool matches(MeasurementRecord const& record) const;

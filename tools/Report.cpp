@@ -59,9 +59,8 @@ class LogReport {
                 mFindings.push_back(cells);
             }
         };
-        bool const areAll = mFilter.meansAll();
-        auto const look = [this, areAll](int file, int slot, Record const& record) {
-            if (!areAll && !mFilter.matches(record)) return;
+        auto const look = [this](int file, int slot, Record const& record) {
+            if (!mFilter.matches(record)) return;
             mGathered.add(record);
             mExtract.add(age(file, slot), record);
         };

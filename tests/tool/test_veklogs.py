@@ -227,7 +227,7 @@ class Damage(Case):
                 self.assertTrue(not fault or any(fault[2] in r[5] for r in found))
                 self.assertEqual(sorted(r[0] for r in found),
                                  sorted({LOG % n for n in range(len(times))} | {*fault[:1]}))
-                for command in ("info", "show", "show -n 2 --reverse", "export", "plot"):
+                for command in ("info", "show", "show -n 2 --reverse", "export", "plot", "report"):
                     done = subprocess.run([VEKLOGS, *command.split(), path], capture_output=True)
                     self.assertIn(done.returncode, (0, 1, 3), command)
                 self.assertEqual(snapshot(path), before)
@@ -244,12 +244,12 @@ class Damage(Case):
         os.unlink(path / (LOG % 2))
         os.truncate(path / (LOG % 0), 400)
         before = snapshot(self.tmp)
-        for command in ("info", "verify", "export", "show --log measurements", "plot --log measurements"):
+        for command in ("info", "verify", "export", "show --log measurements", "plot --log measurements", "report"):
             output, told = messages(*command.split(), self.tmp / "root", code=1)
             self.assertIn(f"missing: {LOG % 2}\n", told, command)
             self.assertRegex(told, f"hidden from the instrument.*: {LOG % 3} to {LOG % 4}\n", command)
             self.assertIn(f"{LOG % 0}: short file: 400 of 458 bytes", told, command)
-            self.assertEqual("copy it first" in told, command in ("info", "verify"), command)
+            self.assertEqual("copy it first" in told, command in ("info", "verify", "report"), command)
         output, told = messages("info", self.tmp / "root", "--format", "json", code=1)
         self.assertEqual([[row[key] for key in ("next_file", "missing", "unfit", "hidden")] for row in json.loads(output)],
                          [[LOG % 1, 1, 1, 2], ["lightsource_log.vek", 0, 0, 0]])
@@ -368,7 +368,7 @@ class Documents(Case):
 
         self.assertEqual(completed("show", "--format", "="), "table tsv csv json jsonl".split())
         self.assertEqual(completed("show", "--format", "=", "js"), ["json", "jsonl"])
-        for command in ("info", "show", "export", "verify", "plot"):
+        for command in ("info", "show", "export", "verify", "plot", "report"):
             options = set(re.findall(r"^  (?:-h,)?(--?\w+)", run(command, "--help"), re.M))
             self.assertEqual((set(completed(command, "-")), {o for o in options if o not in page}),
                              (options, set()))
