@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -19,7 +20,11 @@ class ByteBuf {
 
     // Puts size bytes at offset (0 to size()). They replace what is there and may go on
     // past the end.
-    void put(std::size_t offset, char const* bytes, std::size_t size);
+    void put(std::size_t offset, char const* bytes, std::size_t size) {
+        std::size_t const over = std::min(size, mBytes.size() - offset);
+        if (over > 0) std::copy_n(bytes, over, mBytes.data() + offset);
+        mBytes.insert(mBytes.end(), bytes + over, bytes + size);
+    }
 
   private:
     std::vector<char> mBytes;

@@ -16,7 +16,7 @@ class EventMsg final : public WireRecord<62> {
   public:
     static constexpr std::size_t TextSize = 30;  // bytes; longer texts are cut
 
-    EventMsg() = default;
+    EventMsg() {}
     EventMsg(TimeStamp const& time, std::uint16_t code, std::uint16_t severity,
              std::string const& text, GpsLocation const& location = {});
 

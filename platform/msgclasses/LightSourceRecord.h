@@ -10,7 +10,7 @@ namespace ZEB {
 // 0, whatever its time.
 class LightSourceRecord final : public WireRecord<36> {
   public:
-    LightSourceRecord() = default;
+    LightSourceRecord() {}
     LightSourceRecord(TimeStamp const& time, std::uint32_t lampKind, std::int32_t key,
                       std::uint64_t burningTime = 0, std::uint32_t ignitions = 0) {
         setTimeStamp(time);

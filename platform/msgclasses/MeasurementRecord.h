@@ -29,7 +29,7 @@ class MeasurementRecord final : public WireRecord<110> {
         FreeMemory
     };
 
-    MeasurementRecord() = default;
+    MeasurementRecord() {}
     MeasurementRecord(TimeStamp const& time, std::uint16_t method, std::uint16_t channel = 0) {
         setTimeStamp(time);
         setMethod(method);

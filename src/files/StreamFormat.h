@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstring>
 #include <ios>
 #include <locale>
 
@@ -23,10 +24,12 @@ class StreamFormat {
 
   private:
     bool isOf(std::ios const& stream) const {
-        // getloc() would copy the locale, which costs a tenth of an append.
+        // getloc() would copy the locale, which costs a tenth of an append, and == calls the
+        // standard library; two that differ here but are equal are only set again.
         return stream.flags() == mFlags && stream.width() == mWidth &&
                stream.precision() == mPrecision && stream.fill() == mFill &&
-               stream.exceptions() == mExceptions && stream._M_getloc() == mLocale;
+               stream.exceptions() == mExceptions &&
+               std::memcmp(&stream._M_getloc(), &mLocale, sizeof mLocale) == 0;
     }
     [[gnu::cold, gnu::noinline]] void set(std::ios& stream) const {
         stream.exceptions(std::ios::goodbit);  // nothing below may throw
