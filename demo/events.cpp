@@ -16,7 +16,7 @@ namespace ZEB::demo {
 namespace {
 
 // "2026-11-16 11:59:03 status installed bash:amd64 5.2": the time, taken as UTC,
-// and the rest, whose first word makes the code.
+// and the rest, whose first word makes the code and the severity.
 EventMsg parseLine(std::string const& line) {
     std::tm time{};
     char const* const rest = strptime(line.c_str(), "%Y-%m-%d %H:%M:%S ", &time);
@@ -25,7 +25,7 @@ EventMsg parseLine(std::string const& line) {
     std::uint16_t const code = text.rfind("status", 0) == 0    ? 1
                                : text.rfind("startup", 0) == 0 ? 2
                                                                : 3;
-    return {TimeStamp(static_cast<std::int32_t>(timegm(&time))), code, 0, text};
+    return {TimeStamp(static_cast<std::int32_t>(timegm(&time))), code, code, text};
 }
 
 std::vector<EventMsg> readInput(char const* path) {

@@ -95,11 +95,13 @@ TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
     };
     Used const full0{0, 9, R, 0};
     Used const last{399, 8, 5, 5};
+    auto const begin = fs::file_time_type::clock::now() - std::chrono::hours(2);
     for (Case const& c : std::vector<Case>{
              {"file behind", "399", {last, full0, {400, 95, 5, 0}}, {0, 399 * R + 5}, "399"},
              {"beyond, no file 0", "400", {{400, -5, 2, 0}, {401, 9, 5, 0}}, {0, T + 2}, "400"},
              {"far beyond", "2147483647", {}, {0, INT32_MAX}, "2147483647"},
              {"behind", "0", {full0, {1, 200, 5, 0}}, {0, R + 5}, "1"},
+             {"none", "", {full0, {1, 200, 5, 0}}, {0, R + 5}, "1"},
              {"none, empty file 0", "", {{0, -9, 3, 0}, {1, 200, R, 0}}, {0, 0}, ""}}) {
         SCOPED_TRACE(c.what);
         removeAll();
@@ -113,6 +115,8 @@ TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
         EXPECT_EQ(messages,
                   unread ? "Failed to read file number from " + pointer.string() + "\n" : "");
         EXPECT_EQ(contents(pointer), c.pointerAfter);
+        bool const isWritten = c.pointerAfter != c.pointer;  // as if before all files
+        EXPECT_EQ(isWritten, fs::last_write_time(pointer) < begin);
     }
 }
 

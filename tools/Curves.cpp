@@ -13,9 +13,6 @@ namespace ZEB::tool {
 
 namespace {
 
-// More curves than any instrument has: random bytes make them.
-constexpr std::size_t MostCurves = 1 << 14;
-
 // Each divides the next, so that stretches can be joined; after a day they double.
 constexpr std::int64_t Widths[] = {1,    5,    15,   30,    60,    300,  900,
                                    1800, 3600, 7200, 21600, 43200, 86400};
@@ -97,26 +94,16 @@ void Curves::findIndex() {
     mEnd = mBegin + width;
 }
 
-// Where there are too many curves, one with many values still gets its place soon.
-bool Curves::admits() {
-    constexpr std::uint64_t Chance = 4096;
-    constexpr std::uint64_t MostAdmitted = MostCurves / 2;
-    ++mStrangers;
-    if (mStrangers % (Chance * MostAdmitted) == 0) makeRoom();
-    return mStrangers % Chance == 0;
-}
-
 void Curves::meet(std::uint64_t curve) {
-    if (!mComplete) mMet[curve * HashFactor >> (64 - MetBits)] = true;
+    if (mComplete) return;
+    mMet[curve * HashFactor >> (64 - MetBits)] = true;
+    mGuess[curve * HashFactor >> (64 - GuessBits)] = true;
 }
 
-// False for a value that finds no room.
-bool Curves::reach(std::uint64_t curve, Shortcut& shortcut) {
-    if (!mComplete && !mMet[curve * HashFactor >> (64 - MetBits)] && !admits()) return false;
+void Curves::reach(std::uint64_t curve, Shortcut& shortcut) {
     Stretch* place = &find(curve, mIndex);
     if (place->count == 0) place = &begin(curve);
     shortcut = {curve, mIndex, place};
-    return true;
 }
 
 // Makes an empty stretch, unless the curve has one there when room was made.
@@ -142,6 +129,7 @@ void Curves::makeRoom() {
         curves.resize(MostCurves / 2);
         curves.shrink_to_fit();
         mMet.assign(std::size_t{1} << MetBits, false);
+        mGuess.assign(std::size_t{1} << GuessBits, false);
     }
     std::unordered_set<std::uint64_t> kept;
     if (tooMany) {

@@ -62,19 +62,18 @@ class Curves {
     Curves& operator=(Curves const&) = delete;
 
     // The time of all values that are added next.
-    void turnTo(std::int32_t seconds) {
-        mSeconds = seconds;
-        if (seconds < mBegin || seconds >= mEnd) findIndex();
-    }
+    void turnTo(std::int32_t seconds) { mSeconds = seconds; }
 
     void add(std::uint64_t curve, double value) {
         if (!(std::abs(value) <= std::numeric_limits<double>::max())) {
             ++mNotFinite;
             return;
         }
+        if (!mComplete && !hasMet(curve) && !admits()) return;
+        if (mSeconds < mBegin || mSeconds >= mEnd) findIndex();
         // Mostly the stretch that the curve came to before.
         Shortcut& last = mLast[(curve ^ curve >> 12) % Shortcuts];
-        if ((last.curve != curve || last.index != mIndex) && !reach(curve, last)) return;
+        if (last.curve != curve || last.index != mIndex) reach(curve, last);
         last.place->add(mSeconds, value);
     }
 
@@ -93,8 +92,12 @@ class Curves {
     static constexpr std::uint64_t HashFactor = 0x9e3779b97f4a7c15;
     static constexpr int HashBits = 17;
     static constexpr int MetBits = 22;
+    static constexpr int GuessBits = 18;  // stay in the processor's first cache
     static constexpr std::size_t Places = std::size_t{1} << HashBits;
     static constexpr std::size_t Shortcuts = 1024;
+    static constexpr std::uint64_t Chance = 4096;
+    // More curves than any instrument has: random bytes make them.
+    static constexpr std::uint64_t MostCurves = 1 << 12;
 
     struct Shortcut {
         std::uint64_t curve = ~std::uint64_t{0};  // that of none
@@ -116,8 +119,18 @@ class Curves {
         }
     }
     void findIndex();
-    bool reach(std::uint64_t curve, Shortcut& shortcut);
-    bool admits();
+    void reach(std::uint64_t curve, Shortcut& shortcut);
+    // Nearly always false for one that has not begun.
+    bool hasMet(std::uint64_t curve) const {
+        std::uint64_t const mixed = curve * HashFactor;
+        return mGuess[mixed >> (64 - GuessBits)] && mMet[mixed >> (64 - MetBits)];
+    }
+    // Where there are too many curves, one with many values still gets its place soon.
+    bool admits() {
+        if (++mStrangers % Chance != 0) return false;
+        if (mStrangers % (Chance * MostCurves / 2) == 0) makeRoom();
+        return true;
+    }
     void meet(std::uint64_t curve);
     Stretch& begin(std::uint64_t curve);
     void makeRoom();
@@ -133,6 +146,7 @@ class Curves {
     std::uint64_t mNotFinite = 0;
     bool mComplete = true;
     std::vector<bool> mMet;        // by hash, whether a curve has begun
+    std::vector<bool> mGuess;      // by fewer bits of it
     std::uint64_t mStrangers = 0;  // values of curves that had not
 };
 

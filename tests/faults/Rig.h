@@ -11,7 +11,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -20,10 +19,7 @@
 #include "BasicLightSourceLog.h"
 #include "BasicMeasurementLog.h"
 #include "Disk.h"
-#include "files/NewestSlot.h"
-#include "files/PointerFile.h"
 #include "files/SlotIo.h"
-#include "logs/StartUpWalk.h"
 #include "msgclasses/ByteStream.h"
 #include "util/FileCreator.h"
 
@@ -224,14 +220,9 @@ struct Part {
     int start(bool returned, bool placeKnown) {
         int const before = next();
         auto const doubts = Capacity - std::count(held.doubt, held.doubt + Capacity, Sure);
-        auto const byRules = rangeByRules();
         open();
         int const lost = settle(returned && !unsure);
         takeRange(held.first, held.count);
-        bool const asRuled =
-            !byRules || (held.first == byRules->first && held.count == byRules->count);
-        require(unsure || asRuled, "the log goes on elsewhere than its files say", Size,
-                held.first);
         held.holes |= !returned && doubts > 1;
         if (!unsure && placeKnown && !held.holes) requirePlace(before, returned);
         return lost;
@@ -383,52 +374,6 @@ struct Part {
         bool const wrapped = file + 1 < Files && held.now[(file + 1) * Slots].used();
         int const count = wrapped || (end == 0 && held.count != 0) ? Capacity : end;
         require(Lamps || held.count == count, "the log counts other records", Size, end);
-    }
-
-    struct NamedOnDisk {
-        Slot const* disk;
-        int file;
-
-        Record recordAt(int slot) const { return recordIn(disk[file * Slots + slot]); }
-        ZEB::NamedFile state() const {
-            bool const begun = recordAt(0).isValid() &&
-                               ZEB::modifiedSincePointer(path(file).c_str(), path(Files).c_str());
-            return begun ? ZEB::NamedFile::Begun : ZEB::NamedFile::NotBegun;
-        }
-        std::int32_t timeAt(int slot) const { return recordKey(recordAt(slot)); }
-    };
-
-    // What the library's rules make of the files, read without its help; nothing where a
-    // backup has a say, or where the pointer names no file of the ring.
-    std::optional<ZEB::HeldRange> rangeByRules() const {
-        if (Lamps || hasBackup()) return {};
-        int named = 0;
-        bool const pointed = Measured && ZEB::readPointer(path(Files).c_str(), &named);
-        if (named < 0 || named >= Files) return {};
-
-        auto const disk = onDisk();
-        auto const recordAt = [&](int file, int slot) {
-            return recordIn(disk[static_cast<unsigned>(file * Slots + slot)]);
-        };
-        auto const look = [&](int file) {
-            return ZEB::FileFacts{file, file < Files ? recordKey(recordAt(file, 0)) : 0};
-        };
-        ZEB::FileFacts const start = look(named);
-        if (!pointed && start.isEmpty()) return ZEB::HeldRange{0, 0};
-        ZEB::Place const place = pointed ? ZEB::placeByPointer(start, {Files, Slots}, look,
-                                                               NamedOnDisk{disk.get(), named})
-                                         : ZEB::walk(start, Files, look);
-        auto const inFile = [&](int slot) { return recordAt(place.file.index, slot); };
-        bool const empty = !inFile(0).isValid();
-        int const newest = empty ? -1 : ZEB::findNewestSlot(inFile(0), Slots, inFile).slot;
-        return ZEB::heldAt(place, newest, {Files, Slots});
-    }
-
-    static bool hasBackup() {
-        struct stat status {};
-        bool found = false;
-        for (int i = 0; i <= Files; ++i) found |= stat(backup(i).c_str(), &status) == 0;
-        return found;
     }
 
     int wantedCount() const { return std::clamp(held.count, 0, Capacity); }

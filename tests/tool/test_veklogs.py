@@ -44,7 +44,7 @@ def examples(page):
 
 def ring(directory, times, cookie=b"VEK KIB ML", size=110, names=LOG):
     """Fabricates files of four slots; times holds a list for each file, of times or records."""
-    directory.mkdir(parents=True)
+    directory.mkdir(parents=True, exist_ok=True)
     for index, records in enumerate(times):
         slots = [r if isinstance(r, bytes) else struct.pack("<iIIhHHHHd", r, 0, 0, 0, 7, 0, *[r % 65536] * 2, r)
                  for r in records]
@@ -484,4 +484,5 @@ class Loading(Case):
             server.wait()
 
 
-unittest.main()
+if __name__ == "__main__":
+    unittest.main()
