@@ -97,7 +97,7 @@ void writeSlot(int fd, int slot) {
     writeAt(fd, bytes, sizeof bytes, slotAt<Kind>(slot));
 }
 
-// The calls that opening a sound file takes: stat (once more where a log asks
+// The calls that opening a sound file takes: stat (twice where a log asks
 // before it opens), open, length, header together with slot 0.
 template <class Kind>
 Fd openSound(std::string const& path, int stats) {

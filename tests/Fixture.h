@@ -51,7 +51,7 @@ inline Var request(std::int32_t first, std::int32_t count, std::string const& cl
     return request(bytesOf(first) + bytesOf(count) + client);
 }
 
-// A file read from and written to as a whole, whatever state is to be made.
+// Reads and writes a whole file.
 inline std::string contents(fs::path const& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
@@ -98,7 +98,7 @@ class Instrument : public testing::Test {
         return std::distance(fs::directory_iterator("/proc/self/fd"), {});
     }
 
-    // What one log answers: its range, and each reply's records until none is wanted.
+    // A log's range, and its replies to requests for all of these records.
     template <class Log>
     static std::pair<std::uint32_t, std::uint32_t> rangeOf(Log& log) {
         Reply reply;

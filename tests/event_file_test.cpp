@@ -12,7 +12,6 @@ namespace ZEB {
 constexpr int R = 65000;
 constexpr std::uintmax_t FullSize = 4030018;
 std::string const Header = headerOf("EL", 62, R);
-using Slots = std::vector<std::pair<int, EventMsg>>;
 
 class EventFiles : public Instrument {
   protected:
@@ -47,6 +46,12 @@ TEST_F(EventFiles, AreMadeWholeAndHoldRecordsAtTheirPlaces) {
         EXPECT_EQ(slotsOf(path(3)), slotOf<EventFile>(event(5)) +
                                         std::string(FullSize - 18 - 2 * 62, '\0') +
                                         slotOf<EventFile>(event(7)));
+        std::ostringstream out;
+        file.serialize(event(5), out);
+        std::istringstream in(out.str());
+        EventMsg read;
+        file.deserialize(read, in);
+        EXPECT_EQ(wire(read), wire(event(5)));
     }
     EXPECT_TRUE(EventFile::FileExist(3));
 }
@@ -61,7 +66,7 @@ TEST_F(EventFiles, ReadWithinTheFileOrGiveDefaultRecords) {
     EXPECT_EQ(file.IsCurrentFile(path(1).c_str()), 0);
     EXPECT_EQ(fsyncs - flushed, 1);
 
-    write(path(0), "");  // slot 0 stands in memory, nothing else does
+    write(path(0), "");  // only slot 0 is kept in memory
     EXPECT_EQ(file.readRecord(0).timeStamp().seconds(), 1);
     EXPECT_FALSE(file.readRecord(1).isValid());
     EXPECT_EQ(offset(), 80);
@@ -90,7 +95,7 @@ TEST_F(EventFiles, ReadWithinTheFileOrGiveDefaultRecords) {
     EXPECT_EQ(cacheDrops - dropped, 1);
     EXPECT_EQ(offset(), 0);
     EXPECT_FALSE(file.writeRecord(event(6), 0));
-    EXPECT_EQ(file.readRecord(0).timeStamp().seconds(), 6);  // known, though not stored
+    EXPECT_EQ(file.readRecord(0).timeStamp().seconds(), 6);  // it was kept, though not stored
     EXPECT_FALSE(file.readRecord(1).isValid());
     EXPECT_TRUE(file.openFd() && file.openFd());
     EXPECT_EQ(file.readRecord(0).timeStamp().seconds(), 1);
@@ -112,7 +117,7 @@ TEST_F(EventFiles, ReportWhatCannotBeOpenedAndStayUsable) {
     EXPECT_NE(messages.find(shown(1, failed)), std::string::npos);
 }
 
-TEST_F(EventFiles, StandBehindLinksOrReplaceThem) {
+TEST_F(EventFiles, FollowLinksToSoundFilesAndReplaceOthers) {
     makeSlotFile<EventMsg>(root / "sound", Header, FullSize, {{0, event(4)}});
     write(root / "foreign", "text");
     fs::create_symlink(root / "sound", path(0));
@@ -175,6 +180,7 @@ TEST_F(EventFiles, AreReadElsewhereOnlyWithAMatchingHeader) {
                            {headerOf("EL", 62, 0x1234).substr(0, 17), unread, 0xfd34, 17, true},
                            {headerOf("LS", 36, 1000), mismatch, 1000, 18, false},
                            {headerOf("EL", 62, 2001, 2), mismatch, 2001, 18, true},
+                           {headerOf("EL", 61, 2000), mismatch, 2000, 18, false},
                            {headerOf("EL", 62, 0), mismatch, 0, 18, false}}) {
         write(path, c.contents);
         EXPECT_EQ(messagesOf([&] { EXPECT_EQ(EventFile::SetUpReading(path.c_str(), 1, 1, 0), 0); }),

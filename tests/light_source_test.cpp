@@ -30,7 +30,7 @@ class LightSources : public Instrument {
     void make(Slots const& slots, std::uintmax_t size = Size, std::string const& header = Header) {
         makeSlotFile(path, header, size, slots);
     }
-    // Slots 0 to newest as written last, the rest of an earlier round.
+    // Slots 0 to newest hold the latest round, the others the one before.
     Slots wrappedAt(int newest) const {
         Slots slots;
         for (int i = 0; i < T; ++i)
@@ -97,7 +97,7 @@ TEST_F(LightSources, FindTheirPlaceByKeyAndLastSlot) {
     make({{0, lamp(1, 1)}});
     start(0, {0, 0});
     Slots eight;
-    for (int i = 0; i < 8; ++i) eight.emplace_back(i, lamp(1, -i));  // keys do not count here
+    for (int i = 0; i < 8; ++i) eight.emplace_back(i, lamp(1, -i));  // no keys count here
     make(eight);
     start(7, {0, 7});
     make(wrappedAt(20));

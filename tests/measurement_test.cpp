@@ -1,7 +1,6 @@
 #include <sched.h>
 #include <sys/mount.h>
 
-#include <algorithm>
 #include <chrono>
 #include <map>
 

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <map>
 #include <type_traits>
@@ -103,6 +105,17 @@ TYPED_TEST(SlotFiles, KnowAfterOpeningAndCleaningWhatIsThere) {
     file.closeFd();
     EXPECT_FALSE(file.writeRecord(record(14), 1));
     EXPECT_EQ(errno, EBADF);
+    EXPECT_TRUE(file.openFd());
+    fs::remove(this->path);
+    fs::create_directory(this->path);
+    EXPECT_FALSE(file.cleanFile(this->path.c_str()));
+    EXPECT_FALSE(file.writeRecord(record(14), 1));
+    EXPECT_EQ(errno, EISDIR);
+
+    fs::remove(this->path);
+    mkfifo(this->path.c_str(), 0600);  // the end of which can't be sought
+    EXPECT_EQ(file.openFd(), this->Events);
+    EXPECT_EQ(file.writeRecord(record(15), 1), this->Events);
 }
 
 }  // namespace ZEB

@@ -11,7 +11,7 @@
 
 namespace ZEB::tool {
 
-// What a report shows of a log's records besides their curves. Records come in the
+// What a report shows of a log's records apart from their curves. Records come in the
 // order of the files, each with its age: how many slots it lies before the newest.
 template <class Kind>
 class Extract {

@@ -8,7 +8,7 @@
 
 namespace ZEB::tool {
 
-// What is shown of a record besides its place and time, column by column. No name is
+// What is shown of a record apart from its place and time, column by column. No name is
 // an SQL keyword, so that tables can be made of them.
 template <class Record>
 struct Field {

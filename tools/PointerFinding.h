@@ -13,7 +13,7 @@ namespace ZEB::tool {
 struct Finding {
     int slot;  // -1: the file as a whole
     std::string cause;
-    std::string more;  // how many such slots there are besides, which may change meanwhile
+    std::string more;  // how many more such slots there are, which may change meanwhile
     ExitCode code = Damage;
 
     bool operator==(Finding const& other) const {

@@ -71,7 +71,7 @@ constexpr std::size_t MostSeverities = 8;
 constexpr std::uint64_t OtherSeverities = 1 << 16;
 
 // The curves from one on, "channel 3 temperature, channel 3 load"; of very many, how
-// many there are besides.
+// many more there are.
 template <class Kind>
 std::string namesOf(std::vector<Curve> const& curves, std::size_t from) {
     constexpr std::size_t Most = 100;

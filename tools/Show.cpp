@@ -45,7 +45,7 @@ std::int64_t bytesOf(Sources<Kind> const& sources) {
     return bytes;
 }
 
-// The records are read for their columns, then once more to print them.
+// The records are read for their columns, then again to print them.
 template <class Kind>
 ValueColumns valueColumns(Sources<Kind> const& sources, Reading const& reading) {
     ValueColumns columns;

@@ -111,7 +111,7 @@ std::string fileNames(Log<Kind> const& log, std::vector<int> const& indices) {
     return names;
 }
 
-// What is said of an unfit file besides its fault.
+// What is said of an unfit file apart from its fault.
 enum class Advice { CopyIt, ShowDamaged, None };
 
 constexpr char const* adviceText(Advice advice) {

@@ -30,8 +30,8 @@ std::string valuesText(MeasurementRecord const& record);
 // The same as fields of their own; a record's second temperature is temperature_2.
 std::vector<NamedCell> namedValues(MeasurementRecord const& record);
 
-// The columns of measured values: one for each named kind, then those that are
-// needed besides, up to a limit that only random bytes exceed.
+// The columns of measured values: one for each named kind, then others as
+// they are needed, up to a limit that only random bytes exceed.
 class ValueColumns {
   public:
     ValueColumns();

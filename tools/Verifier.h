@@ -41,7 +41,7 @@ using Rows = std::function<void(std::vector<Cell> const&)>;
 
 // Reads every file of a log from its first byte to its last and compares each
 // record with the one before it. One row for each sound file, one for each fault.
-// Whatever is found is looked at once more, since the log may be written meanwhile.
+// Whatever is found is looked at again, since the log may be written meanwhile.
 template <class Kind>
 class Verifier {
     using Record = typename Kind::Record;

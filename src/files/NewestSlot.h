@@ -15,7 +15,7 @@ struct NewestSlot {
 };
 
 // Slots are written in order. If the last one is in use and older than slot 0, the file is
-// being written once more: newer records from slot 0 on, then the older ones. So the last
+// being written again: newer records from slot 0 on, then the older ones. So the last
 // slot tells which run to look at, the used one or the newer one, and a bisection finds its
 // end. first is slot 0's record; read(slot) gives the record of another slot.
 template <class Record, class Read>

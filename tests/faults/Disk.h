@@ -4,11 +4,11 @@
 #include <functional>
 #include <string>
 
-// The system calls of the libraries under test, taken over by the program that
-// links this. What lies below /rig or /mnt/sysdata is on a disk in memory, which
-// knows what has been flushed; all else is on the machine's, which is never synced.
-// While the code under test runs, each call and each allocation passes a hook, which
-// may let it fail or look at what a power cut would leave there.
+// A program that links this replaces the system calls of the libraries under test. Paths
+// below /rig and /mnt/sysdata are on a disk in memory, which knows what has been flushed;
+// the others are on the machine's disk, which is never synced. While the code under test
+// runs, each call and each allocation passes a hook, which may make it fail or try what
+// a power cut at that point would leave.
 namespace rig {
 
 struct Change {
@@ -31,7 +31,7 @@ inline thread_local bool watching = false;  // the code under test runs
 inline Hook onCall = nullptr;
 inline void (*onAllocation)() = nullptr;
 
-// What the rig does inside a call is itself no call of the code under test.
+// Calls that the rig itself makes while it handles one do not pass the hook.
 struct Quiet {
     bool const was = watching;
     Quiet() { watching = false; }

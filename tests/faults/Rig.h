@@ -68,7 +68,7 @@ struct Slot {
 // What a slot may hold. Either: the old or the new record, byte by byte.
 enum Doubt { Sure, Either, Anything };
 
-// What one log must hold. Without pointers: a killed writer leaves it in shared memory.
+// What one log must hold.
 struct Held {
     int first, count;
     bool holes;  // records are missing, or of a cut clear(): a restart may go on elsewhere
@@ -80,7 +80,6 @@ inline bool onMachine = false;   // the files are on the machine's disk
 inline bool mustReport = false;  // a call that was made to fail
 inline bool mustThrow = false;   // an allocation that was
 inline int injected = 0;         // the errno of either
-inline bool madeAgain = false;   // a file, since a call failed while it was validated
 
 // A log together with its model; every operation does both and compares them.
 template <class Log, class File, class Record, int Files, int Slots>
@@ -345,10 +344,8 @@ struct Part {
 
     // Where a slot has not the record that the model has.
     void requireAllowed(int at, Slot const& found, Doubt doubt) const {
-        if (doubt == Sure) {
-            require(unsure && found == Slot{}, "a slot not written to changed", Size, at);
-            madeAgain = true;
-        }
+        require(doubt != Sure || (unsure && found == Slot{}), "a slot not written to changed", Size,
+                at);
         for (int i = 0; i < Size && doubt == Either; ++i) {
             char const byte = found.bytes[i];
             require(byte == held.now[at].bytes[i] || byte == held.old[at].bytes[i],

@@ -1,7 +1,6 @@
 #include <sys/wait.h>
 
 #include <cerrno>
-#include <csignal>
 #include <iterator>
 #include <thread>
 #include <vector>
@@ -20,13 +19,10 @@ namespace {
 using namespace rig;
 
 struct Shared {
-    State state;
     long tried, failed, lost[2][3];
-    char madeAgain[400];  // the calls whose failure had a file made again
 };
 auto& shared = *static_cast<Shared*>(
     mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-State own{};
 std::unique_ptr<Rig> rigged;
 bool withLamps = false;
 
@@ -81,7 +77,7 @@ enum Loss { Nothing, Everything, One, AllButOne, Half };
 int cutsLeft = 1;
 bool nothingLost = true;  // by any cut so far
 
-// Starts over what a cut, a kill or damage left.
+// Starts over what a cut or damage left.
 void recover(bool dropped, bool placeKnown) {
     static bool droppedBefore = false;
     droppedBefore |= dropped;
@@ -242,22 +238,7 @@ void emptyFiles(Part& part) {
     part.start(false, false);
 }
 
-// Kills, threads and long lives, on the machine's own disk
-
-void killed(int rounds) {
-    for (shared.tried = 0; shared.tried < rounds; ++shared.tried) {
-        pid_t const pid = fork();
-        if (pid == 0) {
-            for (;;) rigged->step(withLamps, false);
-        }
-        usleep(static_cast<unsigned>(rand()) % 6000);
-        int status = 0;
-        bool const wasKilled = kill(pid, SIGKILL) == 0 && waitpid(pid, &status, 0) == pid &&
-                               WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-        if (!wasKilled) ++shared.failed;
-        recover(false, true);
-    }
-}
+// Threads and long lives, on the machine's own disk
 
 // Shows what is in use at every tenth: descriptors, files, memory.
 void soak(long operations) {
@@ -346,7 +327,6 @@ void makeLogs(State& state) {
 }
 
 void run(std::string const& kind, int steps) {
-    if (kind == "kills") return killed(steps);
     if (kind == "soak") return soak(steps * 1000000L);
     if (kind == "threads") return threads(steps);
     live(steps, kind != "image");
@@ -360,9 +340,6 @@ void end(bool reopen) {
     rigged->each([](auto& part) { part.close(); });
     require(openDescriptors() == 0, "a descriptor stays open");
     require(!leavesHidden() || failing == "unlink", "a hidden file stays");
-    if (madeAgain && std::strstr(shared.madeAgain, failing.c_str()) == nullptr) {
-        std::strcat(std::strcat(shared.madeAgain, " "), failing.c_str());
-    }
     if (reopen) reopenAll();
     rigged.reset();
 }
@@ -370,7 +347,7 @@ void end(bool reopen) {
 void print(std::string const& kind) {
     std::printf("%s\t%ld\t%ld\t", kind.c_str(), shared.tried, shared.failed);
     for (auto const& lost : shared.lost) std::printf("%ld/%ld/%ld\t", lost[0], lost[1], lost[2]);
-    std::printf("%s\n", shared.madeAgain);
+    std::printf("\n");
 }
 
 }  // namespace
@@ -391,10 +368,10 @@ int main(int argc, char** argv) {
     std::string const kind = argv[1];
     std::string const which = argv[4];
     bool const image = kind == "image";
-    onMachine = image || kind == "kills" || kind == "soak" || kind == "threads";
+    onMachine = image || kind == "soak" || kind == "threads";
     setenv("VEK_ROOT", "/rig", 1);
     if (onMachine) makeRoot(image ? argv[4] : nullptr);
-    State& state = kind == "kills" ? shared.state : own;
+    State state{};
     state.random = static_cast<unsigned>(std::atoi(argv[2]));
     withLamps = state.random % 2 == 0;
     makesNameless = state.random % 4 == 1 || state.random % 4 == 2;

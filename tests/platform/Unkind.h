@@ -12,8 +12,8 @@
 #include "util/FileCreator.h"
 #include "util/Mutex.h"
 
-// Included before all else where the stand-in's records, the library and the tests are
-// built once more: records and files that do what the environment's VEK_UNKIND says.
+// Records and files that misbehave as the environment variable VEK_UNKIND says. Included
+// first in every source of a second build of the stand-in's records, library and tests.
 namespace ZEB {
 
 inline std::string unkindWays = std::getenv("VEK_UNKIND") ? std::getenv("VEK_UNKIND") : "";
@@ -36,6 +36,7 @@ class UnkindRecord : public WireRecord<Size> {
         std::string const bytes = whole.str() + "xx";
         if (unkind("rude-records")) expectNew(out);
         out.write(bytes.data(), Length + 2 * unkind("long-records") - 2 * unkind("rude-records"));
+        if (unkind("chatty-records")) out.put('x');
         if (unkind("failing-records")) out.setstate(std::ios::failbit);
         if (unkind("rude-records")) spoil(out);
     }
@@ -54,7 +55,7 @@ class UnkindRecord : public WireRecord<Size> {
     using WireRecord<Size>::get;
     template <class Field>
     typename Field::Type get() const {
-        ::operator delete(::operator new(1));  // throws as the rest
+        ::operator delete(::operator new(1));  // may throw, as everything here
         auto const value = WireRecord<Size>::template get<Field>();
         bool const wrong = Field::Offset == TimeStampEnd && unkind("valid-zeros");
         return wrong ? typename Field::Type{1} : value;
@@ -63,7 +64,7 @@ class UnkindRecord : public WireRecord<Size> {
   private:
     static constexpr std::streamsize Length = Size;
 
-    // Formatted input and output would be at the mercy of what an earlier record left.
+    // Formatted input and output depend on what an earlier record left.
     static void expectNew(std::ios& stream) {
         std::ios const fresh(nullptr);
         bool const same = stream.flags() == fresh.flags() && stream.width() == 0 &&
@@ -72,13 +73,16 @@ class UnkindRecord : public WireRecord<Size> {
                           (stream.exceptions() & std::ios::failbit) == 0;
         if (!same) stream.setstate(std::ios::failbit);
     }
+    // One thing at a time: else what is restored could hide what is not.
     static void spoil(std::ios& stream) {
-        stream.flags(std::ios::hex | std::ios::showbase);
-        stream.width(40);
-        stream.precision(1);
-        stream.fill('*');
-        stream.imbue(std::locale(std::locale(), new std::numpunct<char>));
-        if (stream) stream.exceptions(std::ios::badbit | std::ios::failbit | std::ios::eofbit);
+        static int calls = 0;
+        int const what = ++calls % 6;
+        if (what == 0) stream.flags(std::ios::hex | std::ios::showbase);
+        if (what == 1) stream.width(40);
+        if (what == 2) stream.precision(1);
+        if (what == 3) stream.fill('*');
+        if (what == 4) stream.imbue(std::locale(std::locale(), new std::numpunct<char>));
+        if (what == 5 && stream) stream.exceptions(std::ios::failbit | std::ios::eofbit);
     }
 
     UnkindMemory mMemory;

@@ -9,7 +9,7 @@ namespace ZEB {
 
 class StandIn : public Instrument {};
 
-// What no other test writes and then reads without these classes.
+// The bytes themselves: all other tests write and read through these classes.
 TEST_F(StandIn, HasTheBytesThatReadersElsewhereExpect) {
     auto const bytes = [](char const* text, std::size_t size) { return std::string(text, size); };
     // Seconds, microseconds, uptime, offset, as in the format's tables.
@@ -26,6 +26,13 @@ TEST_F(StandIn, HasTheBytesThatReadersElsewhereExpect) {
     EXPECT_STREQ(measurement.GetDateText(text, sizeof text), "1969-12-31");
     EXPECT_STREQ(measurement.GetTimeText(text, sizeof text), "22:59:58.123456");
     EXPECT_EQ(measurement.asText(), "2\t4\thumidity=-2");
+    EventMsg event(at, 1, 1, "door open");
+    event.setText("shut");
+    EXPECT_EQ(event.text(), "shut");
+    Reply reply;
+    ByteStream out(&reply);
+    out << event.text() << ' ' << 12;
+    EXPECT_EQ(contents(reply), "shut 12");
 }
 
 TEST_F(StandIn, LeavesAStreamAloneThatHasFailed) {

@@ -16,9 +16,10 @@ static void expectNotStored(fs::path const& path, Record const& record) {
     File file(0);
     EXPECT_TRUE(file.writeRecord(record, 0));
     std::string const before = contents(path);
-    for (char const* way : {"long-records", "failing-records"}) {
+    for (std::string const way : {"long-records", "chatty-records", "failing-records"}) {
         unkindWays = way;
         EXPECT_FALSE(file.writeRecord(record, 0));
+        EXPECT_EQ(errno, way == "failing-records" ? EBADMSG : EMSGSIZE);
         EXPECT_FALSE(file.addRecord(record));
         EXPECT_TRUE(contents(path) == before);
         EXPECT_EQ(file.recentRecordIndex(), 1);  // as after any failed write
@@ -79,7 +80,7 @@ TEST_F(Unkind, CallersMeetAtOneLock) {
     for (std::size_t i = 0; i < std::size(operations); ++i) {
         int const before = locks;
         operations[i]();
-        bool const opens = i == std::size(operations) - 1;  // looks whether it is open first
+        bool const opens = i == std::size(operations) - 1;  // it first closes what is open
         EXPECT_EQ(locks - before, opens ? 2 : 1) << i;
     }
 }

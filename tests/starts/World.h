@@ -7,8 +7,8 @@
 #include "files/NewestSlot.h"
 #include "logs/StartUpWalk.h"
 
-// A small ring of files as plain values, with a log that writes into it and starts over
-// it by the library's own rules.
+// A small ring of files as plain values, and a log that writes to it and starts on it by
+// the library's own rules.
 namespace starts {
 
 constexpr int MaxFiles = 12;
@@ -116,7 +116,8 @@ class World {
         disk.files[index(file)].modified = clock;
     }
 
-    // The log starts again; failing does not open. A backup replaces an unreadable pointer.
+    // The log starts again; the file with the number failing does not open. A backup replaces an
+    // unreadable pointer.
     void start(int failing = Everywhere, Disk const* backup = nullptr) {
         mWriteCount = 0;
         if (mShape.hasPointer && disk.pointer == Unreadable && backup != nullptr) {

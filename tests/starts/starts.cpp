@@ -201,7 +201,7 @@ class Enumeration {
         }
     }
 
-    // A history of two faults that one of them alone explains is that one's.
+    // A history of two faults is counted in the row of one where that alone explains it.
     void record(World const& world) {
         for (Row& row : rows) {
             bool const named =

@@ -242,7 +242,7 @@ class TimeAxis {
         for (const chart of this.charts) chart.updateOptions({});
     }
 
-    // A canvas that is drawn anew while the page is laid out for paper stays blank there.
+    // A canvas that is redrawn while the page is laid out for paper stays blank there.
     fitTo(width) {
         for (const { graphDiv } of this.charts) {
             graphDiv.style.zoom = Math.min(1, width / graphDiv.clientWidth);
