@@ -10,7 +10,7 @@ from selenium.webdriver.common.keys import Keys
 from test_veklogs import POINTER, Case, events, messages, ring, rows
 
 FLAGS = """headless no-sandbox disable-gpu disable-quic no-first-run disable-sync
-    disable-background-networking disable-component-update"""
+    disable-background-networking disable-component-update disable-dev-shm-usage"""
 HOSTILE = b"</script><img src=x onerror=a>", b"<!--<script>", b'" onload=alert(1) x="', b"a &lt; b"
 CONTROLS = "button", "checkbox", "combobox", "image", "img", "link", "searchbox", "textbox"
 
