@@ -29,7 +29,7 @@ class StreamFormat {
         return stream.flags() == mFlags && stream.width() == mWidth &&
                stream.precision() == mPrecision && stream.fill() == mFill &&
                stream.exceptions() == mExceptions &&
-               std::memcmp(&stream._M_getloc(), &mLocale, sizeof mLocale) == 0;
+               std::memcmp(&stream._M_getloc(), &mLocale, sizeof mLocale) == 0;  // NOLINT
     }
     [[gnu::cold, gnu::noinline]] void set(std::ios& stream) const {
         stream.exceptions(std::ios::goodbit);  // nothing below may throw
