@@ -142,8 +142,15 @@ TEST_F(Measurements, GoOnAfterTheNewestWhenTheClockFellOrAFileDoesNotOpen) {
     fs::remove(path(3));
     fs::rename(root / "aside", path(3));
     EXPECT_EQ(heldAtStart(), Range(4 * R, T));
-    BasicMeasurementLog log;
-    EXPECT_EQ(timeAt(log, 3 * R + 2), 22);
+    {
+        BasicMeasurementLog log;
+        EXPECT_EQ(timeAt(log, 3 * R + 2), 22);
+    }
+
+    for (int file = 0; file < F; ++file) makeFull(file, 100 + file);
+    makeUsed(300, 20, 3, 400);  // so far from the last file, the leap in it decides
+    point("300");
+    EXPECT_EQ(heldAtStart(), Range(301 * R, T));
 }
 
 TEST_F(Measurements, TouchNoFileOutsideTheRingButThePointersOwn) {

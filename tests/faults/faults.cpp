@@ -277,7 +277,7 @@ void ask(ZEB::BasicMeasurementLog& log, int i) {
 void disturb(ZEB::BasicMeasurementLog& log, int i) {
     if (i % 7 == 0) log.SaveToFile(rigged->measured.path(-1).c_str(), 0, i);
     if (i % 19 == 0) log.Clear();
-    if (i % 31 == 0) log.close();
+    if (i % 5 == 0) log.close();
     log.SetEnabled(log.GetCount() + log.GetFirst() + log.GetLostRecords().error >= 0);
 }
 
@@ -291,8 +291,17 @@ void writeFile(ZEB::EventFile& file, int i) {
     file.writeRecord(ZEB::EventMsg(ZEB::TimeStamp(i), 1, 1, "written"), 1 + i % 3);
 }
 
+void reopen(ZEB::EventFile& file, int i) {
+    file.closeFd();
+    i % 10 == 0 ? file.cleanFile(rigged->events.path(1).c_str()) : file.openFd();
+    usleep(100);  // or what it wrote without a lock would not meet a reader
+}
+
+void readOne(ZEB::EventFile& file, int i) { file.readRecord(1 + i % 3); }
+
 void threads(int rounds) {
     ZEB::EventFile file(0);
+    ZEB::EventFile reopened(1);
     auto& log = *rigged->measured.log;
     std::vector<std::thread> all;
     auto const begin = [&](auto action, auto& object) {
@@ -307,8 +316,10 @@ void threads(int rounds) {
     }
     begin(disturb, log);
     begin(writeFile, file);
+    begin(reopen, reopened);
+    begin(readOne, reopened);
     for (std::thread& thread : all) thread.join();
-    shared.tried = 8L * rounds;
+    shared.tried = 10L * rounds;
 }
 
 // One life

@@ -10,7 +10,6 @@
 
 #include "msgclasses/WireRecord.h"
 #include "util/FileCreator.h"
-#include "util/Mutex.h"
 
 // Records and files that misbehave as the environment variable VEK_UNKIND says. Included
 // first in every source of a second build of the stand-in's records, library and tests.
@@ -95,21 +94,9 @@ class UnkindFileCreator : public FileCreator {
         : FileCreator(name, directory, size + 100 * unkind("longer-files")) {}
     bool GetNewFile(char const* path) {
         if (!FileCreator::GetNewFile(path)) return false;
-        if (unkind("full-disk")) return unlink(path) == 0 && symlink("/dev/full", path) == 0;
         return !unkind("short-files") || truncate(path, 4000000) == 0;
     }
 };
 #define FileCreator UnkindFileCreator
-
-// Counts how often it was locked.
-inline int locks = 0;
-class UnkindMutex : public Mutex {
-  public:
-    void lock() {
-        Mutex::lock();
-        ++locks;
-    }
-};
-#define Mutex UnkindMutex
 
 }  // namespace ZEB
