@@ -58,6 +58,13 @@ TEST_F(Losses, WithoutAFileTellWhyThereIsNone) {
     measurements.writeRecord(measurement(1));
     EXPECT_EQ(lostOf(events), Lost(3, ENOENT));
     EXPECT_EQ(lostOf(measurements), Lost(1, ENOENT));
+
+    fs::create_directory(data);
+    write(data / "currentMeasurementLog", "-1");
+    BasicMeasurementLog below;  // the ring begins 65000 records further on
+    below.SetEnabled(true);
+    below.writeRecord(measurement(1));
+    EXPECT_EQ(lostOf(below), Lost(1, ERANGE));
 }
 
 }  // namespace ZEB
