@@ -6,7 +6,6 @@
 #include <map>
 #include <tuple>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 namespace ZEB::tool {
@@ -94,10 +93,14 @@ void Curves::findIndex() {
     mEnd = mBegin + width;
 }
 
-void Curves::meet(std::uint64_t curve) {
-    if (mComplete) return;
-    mMet[curve * HashFactor >> (64 - MetBits)] = true;
-    mGuess[curve * HashFactor >> (64 - GuessBits)] = true;
+bool Curves::isLeftOut(std::uint64_t curve) {
+    if (mayBeKept(curve) && mKept.count(curve) > 0) return false;
+    return !mIsSample || std::exchange(mSampled[hash(curve, SampledBits)], curve) != curve;
+}
+
+void Curves::keep(std::uint64_t curve) {
+    mKept.insert(curve);
+    mKeptHashes.set(hash(curve, KeptBits));
 }
 
 void Curves::reach(std::uint64_t curve, Shortcut& shortcut) {
@@ -111,11 +114,12 @@ Stretch& Curves::begin(std::uint64_t curve) {
     if (mUsed >= Places / 2) {
         while (mUsed > Places / 4) makeRoom();
     }
+    if (mKept.size() == 2 * KeptCurves) makeRoom();
     Stretch& place = find(curve, mIndex);
     if (place.count > 0) return place;
     constexpr double Infinity = std::numeric_limits<double>::infinity();
     place = {curve, mIndex, 0, 0, mSeconds, mSeconds, Infinity, -Infinity, 0};
-    meet(curve);
+    if (!mComplete) keep(curve);
     ++mUsed;
     return place;
 }
@@ -123,22 +127,18 @@ Stretch& Curves::begin(std::uint64_t curve) {
 // Either the curves with the fewest values go or all stretches become wider.
 void Curves::makeRoom() {
     auto curves = list();
-    bool const tooMany = curves.size() > MostCurves;
+    bool const tooMany = curves.size() > (mComplete ? MostCurves : KeptCurves);
     if (tooMany) {
         mComplete = false;
-        curves.resize(MostCurves / 2);
-        curves.shrink_to_fit();
-        mMet.assign(std::size_t{1} << MetBits, false);
-        mGuess.assign(std::size_t{1} << GuessBits, false);
-    }
-    std::unordered_set<std::uint64_t> kept;
-    if (tooMany) {
-        for (Curve const& curve : curves) kept.insert(curve.name);
+        curves.resize(KeptCurves);
+        mKept.clear();
+        mKeptHashes.reset();
+        for (Curve const& curve : curves) keep(curve.name);
     }
     std::vector<Stretch> stretches;
     stretches.reserve(mUsed);
     for (Stretch& place : mPlaces) {
-        if (place.count > 0 && (!tooMany || kept.count(place.curve) > 0)) {
+        if (place.count > 0 && (!tooMany || mKept.count(place.curve) > 0)) {
             stretches.push_back(place);
         }
         place.count = 0;
@@ -153,7 +153,6 @@ void Curves::makeRoom() {
             continue;
         }
         place = stretch;
-        meet(stretch.curve);
         ++mUsed;
     }
     if (!tooMany) {

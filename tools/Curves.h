@@ -1,10 +1,13 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
+#include <bitset>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <unordered_set>
 #include <vector>
 
 namespace ZEB::tool {
@@ -23,12 +26,9 @@ struct alignas(64) Stretch {
 
     void add(std::int32_t seconds, double value) {
         ++count;
-        if (seconds > last) {
-            last = seconds;
-            ++steps;
-        } else if (seconds < first) {
-            first = seconds;
-        }
+        steps += seconds > last ? 1 : 0;
+        first = std::min(first, seconds);
+        last = std::max(last, seconds);
         least = std::min(least, value);
         greatest = std::max(greatest, value);
         sum += value;
@@ -62,15 +62,21 @@ class Curves {
     Curves& operator=(Curves const&) = delete;
 
     // The time of all values that are added next.
-    void turnTo(std::int32_t seconds) { mSeconds = seconds; }
+    void turnTo(std::int32_t seconds) {
+        mSeconds = seconds;
+        if (seconds < mBegin || seconds >= mEnd) findIndex();
+        if (!mComplete) mIsSample = ++mTurns % SampleDistance == 0;
+    }
 
     void add(std::uint64_t curve, double value) {
+        if (mComplete || !isLeftOut(curve)) take(curve, value);
+    }
+    // The same while isComplete().
+    void take(std::uint64_t curve, double value) {
         if (!(std::abs(value) <= std::numeric_limits<double>::max())) {
             ++mNotFinite;
             return;
         }
-        if (!mComplete && !hasMet(curve) && !admits()) return;
-        if (mSeconds < mBegin || mSeconds >= mEnd) findIndex();
         // Mostly the stretch that the curve came to before.
         Shortcut& last = mLast[(curve ^ curve >> 12) % Shortcuts];
         if (last.curve != curve || last.index != mIndex) reach(curve, last);
@@ -87,17 +93,22 @@ class Curves {
     std::uint64_t notFinite() const { return mNotFinite; }  // values left out
     // Else there were too many curves, and of those with few values some are missing.
     bool isComplete() const { return mComplete; }
+    // Whether values that are added now are left out if mayBeKept is false for their curve.
+    bool isChoosing() const { return !mComplete && !mIsSample; }
+    bool mayBeKept(std::uint64_t curve) const { return mKeptHashes[hash(curve, KeptBits)]; }
 
   private:
     static constexpr std::uint64_t HashFactor = 0x9e3779b97f4a7c15;
-    static constexpr int HashBits = 17;
-    static constexpr int MetBits = 22;
-    static constexpr int GuessBits = 18;  // stay in the processor's first cache
-    static constexpr std::size_t Places = std::size_t{1} << HashBits;
+    static constexpr int PlaceBits = 17;
+    static constexpr int KeptBits = 16;  // 8 KiB, which stay in the processor's first cache
+    static constexpr std::size_t Places = std::size_t{1} << PlaceBits;
     static constexpr std::size_t Shortcuts = 1024;
-    static constexpr std::uint64_t Chance = 4096;
-    // More curves than any instrument has: random bytes make them.
-    static constexpr std::uint64_t MostCurves = 1 << 12;
+    // More curves than any instrument has: random bytes make them. Then those with the
+    // most values are kept, and one that is not begins when two samples running find it.
+    static constexpr std::size_t MostCurves = 1 << 12;
+    static constexpr std::size_t KeptCurves = 128;
+    static constexpr std::uint32_t SampleDistance = 509;  // prime: channels may take turns
+    static constexpr int SampledBits = 8;
 
     struct Shortcut {
         std::uint64_t curve = ~std::uint64_t{0};  // that of none
@@ -105,33 +116,26 @@ class Curves {
         Stretch* place = nullptr;
     };
 
+    static std::size_t hash(std::uint64_t curve, int bits) {
+        return static_cast<std::size_t>(curve * HashFactor >> (64 - bits));
+    }
     // Neighbours in time are neighbours in memory, sixteen by sixteen.
-    static std::size_t hash(std::uint64_t curve, std::int32_t index) {
+    static std::size_t placeOf(std::uint64_t curve, std::int32_t index) {
         auto const number = static_cast<std::uint32_t>(index);
         std::uint64_t const mixed = (curve * 0xd6e8feb86659fd93U + number / 16) * HashFactor;
-        return static_cast<std::size_t>(mixed >> (64 - HashBits) & ~std::uint64_t{15}) +
+        return static_cast<std::size_t>(mixed >> (64 - PlaceBits) & ~std::uint64_t{15}) +
                number % 16;
     }
     Stretch& find(std::uint64_t curve, std::int32_t index) {
-        for (std::size_t i = hash(curve, index);; i = (i + 1) % Places) {
+        for (std::size_t i = placeOf(curve, index);; i = (i + 1) % Places) {
             Stretch& place = mPlaces[i];
             if ((place.index == index && place.curve == curve) || place.count == 0) return place;
         }
     }
     void findIndex();
     void reach(std::uint64_t curve, Shortcut& shortcut);
-    // Nearly always false for one that has not begun.
-    bool hasMet(std::uint64_t curve) const {
-        std::uint64_t const mixed = curve * HashFactor;
-        return mGuess[mixed >> (64 - GuessBits)] && mMet[mixed >> (64 - MetBits)];
-    }
-    // Where there are too many curves, one with many values still gets its place soon.
-    bool admits() {
-        if (++mStrangers % Chance != 0) return false;
-        if (mStrangers % (Chance * MostCurves / 2) == 0) makeRoom();
-        return true;
-    }
-    void meet(std::uint64_t curve);
+    bool isLeftOut(std::uint64_t curve);
+    void keep(std::uint64_t curve);
     Stretch& begin(std::uint64_t curve);
     void makeRoom();
 
@@ -145,9 +149,12 @@ class Curves {
     std::int64_t mEnd = 0;
     std::uint64_t mNotFinite = 0;
     bool mComplete = true;
-    std::vector<bool> mMet;        // by hash, whether a curve has begun
-    std::vector<bool> mGuess;      // by fewer bits of it
-    std::uint64_t mStrangers = 0;  // values of curves that had not
+    // Unused while complete.
+    std::unordered_set<std::uint64_t> mKept;
+    std::bitset<std::size_t{1} << KeptBits> mKeptHashes;
+    std::uint32_t mTurns = 0;
+    bool mIsSample = false;
+    std::array<std::uint64_t, 1 << SampledBits> mSampled{};  // by hash, the last one found
 };
 
 void sortByName(std::vector<Curve>& curves);

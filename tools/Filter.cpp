@@ -42,22 +42,6 @@ bool Numbers::isNamed(std::uint32_t number) const {
     });
 }
 
-bool Filter::matches(EventMsg const& record) const {
-    return period.contains(record.timeStamp().seconds()) && severity.contain(record.severity()) &&
-           code.contain(record.code()) && client.contain(record.client()) &&
-           (text.empty() || record.text().find(text) != std::string::npos);
-}
-
-bool Filter::matches(LightSourceRecord const& record) const {
-    return period.contains(record.timeStamp().seconds()) && lamp.contain(record.lampKind()) &&
-           client.contain(record.client());
-}
-
-bool Filter::matches(MeasurementRecord const& record) const {
-    return period.contains(record.timeStamp().seconds()) && method.contain(record.method()) &&
-           channel.contain(record.channel()) && client.contain(record.client());
-}
-
 void Filter::requireFitFor(std::string const& log) const {
     if (period.since > period.until) {
         throw WrongUsage("--since is later than --until: no record falls in between");

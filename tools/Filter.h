@@ -43,9 +43,20 @@ struct Filter {
     Numbers channel;
     Numbers client;
 
-    bool matches(EventMsg const& record) const;
-    bool matches(LightSourceRecord const& record) const;
-    bool matches(MeasurementRecord const& record) const;
+    bool matches(EventMsg const& record) const {
+        return period.contains(record.timeStamp().seconds()) &&
+               severity.contain(record.severity()) && code.contain(record.code()) &&
+               client.contain(record.client()) &&
+               (text.empty() || record.text().find(text) != std::string::npos);
+    }
+    bool matches(LightSourceRecord const& record) const {
+        return period.contains(record.timeStamp().seconds()) && lamp.contain(record.lampKind()) &&
+               client.contain(record.client());
+    }
+    bool matches(MeasurementRecord const& record) const {
+        return period.contains(record.timeStamp().seconds()) && method.contain(record.method()) &&
+               channel.contain(record.channel()) && client.contain(record.client());
+    }
 
     // Throws WrongUsage when it can mean none of the records: its period ends before it
     // begins, or it names a field that they do not have.

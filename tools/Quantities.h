@@ -23,11 +23,21 @@ inline void addTo(Curves& curves, LightSourceRecord const& record) {
     curves.add(curve | 1, record.ignitions());
 }
 
+inline std::uint64_t curveOf(std::uint16_t channel, ValueKind kind) {
+    return std::uint64_t{channel} << 16 | static_cast<std::uint16_t>(kind);
+}
+
+// Where random bytes make too many curves.
+void addToMany(Curves& curves, MeasurementRecord const& record);
+
 inline void addTo(Curves& curves, MeasurementRecord const& record) {
-    std::uint64_t const channel = std::uint64_t{record.channel()} << 16;
-    forEachValue(record, [&](ValueKind kind, double value) {
-        curves.add(channel | static_cast<std::uint16_t>(kind), value);
-    });
+    if (!curves.isComplete()) {
+        addToMany(curves, record);
+        return;
+    }
+    std::uint16_t const channel = record.channel();
+    forEachValue(record,
+                 [&](ValueKind kind, double value) { curves.take(curveOf(channel, kind), value); });
 }
 
 // What a log's records show, gathered record by record.

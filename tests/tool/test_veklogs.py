@@ -265,6 +265,22 @@ class Damage(Case):
         self.assertEqual((done.returncode, len(done.stdout.splitlines())), (3, 2), done)
         self.assertIn("data: Permission denied", done.stderr)
 
+    def test_random_bytes_hide_no_curve_that_comes_often(self):
+        path, slots = self.tmp / "m", 20000
+        values = [struct.pack("<Hd", kind, 1) for kind in range(1, 10)]
+        noise = [struct.pack("<iIIhHHH", 1 + i, 0, 0, 0, 7, 0, i) + b"".join(values) for i in range(slots)]
+        real = [struct.pack("<iIIhHHHHd", slots + i, 0, 0, 0, 7, 0, 1 + i % 2, 99, i) for i in range(slots)]
+        path.mkdir()
+        for index, records in enumerate((noise, real)):
+            content = b"".join(record.ljust(110, b"\0") for record in records)
+            (path / (LOG % index)).write_bytes(struct.pack("<12sHHH", b"VEK KIB ML", 1, 110, slots) + content)
+        (path / POINTER).write_text("1")
+        page = messages("report", path, code=0)[0]
+        self.assertIn('"complete":false', page)
+        for channel in (1, 2):
+            count = re.search(rf'"channel {channel} kind_99","quantity":"kind_99","count":(\d+)', page)[1]
+            self.assertGreater(int(count), 0.75 * slots / 2)
+
     def test_what_unfit_files_still_hold(self):
         path = ring(self.tmp / "m", [[50, 51, 52, 53], [54, 55, 36, 37], [38, 39, 40, 41], [42, 43, 44, 45], [46, 47, 48, 49]])
         os.truncate(path / (LOG % 1), 18 + 3 * 110 + 50)
