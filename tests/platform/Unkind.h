@@ -42,7 +42,7 @@ class UnkindRecord : public WireRecord<Size> {
     void deserialize(std::istream& in) override {
         std::string bytes(Size, '\0');
         if (unkind("rude-records")) expectNew(in);
-        in.read(&bytes[0], Length - 2 * unkind("rude-records"));
+        in.read(&bytes[0], 8).read(&bytes[8], Length - 8 - 2 * unkind("rude-records"));
         if (unkind("greedy-records")) in.ignore(2);
         std::istringstream whole(in ? bytes : "");
         WireRecord<Size>::deserialize(whole);
