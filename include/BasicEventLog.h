@@ -16,10 +16,10 @@ namespace ZEB {
 // Events have record indices: at most getRecordCount() consecutive ones are held,
 // and a restart numbers them again. docs/reliability.md says what a crash leaves.
 //
-// No lock: only one thread at a time may use a log. Nothing throws but std::bad_alloc;
-// the log can be used after it. A record whose write failed is counted all the same,
-// without a report: ask GetLostRecords(). A file that can't be opened when the log
-// moves to it stays closed until the next move.
+// No lock: only one thread at a time may use a log. Nothing throws but std::bad_alloc and
+// what a record's methods throw; the log can be used after it. A record whose write failed is
+// counted all the same, without a report: ask GetLostRecords(). A file that can't be opened when
+// the log moves to it stays closed until the next move.
 class [[gnu::visibility("default")]] BasicEventLog {
   public:
     // Finds the newest record by the first record of each file; never looks past a
@@ -52,7 +52,7 @@ class [[gnu::visibility("default")]] BasicEventLog {
     std::int64_t IsCurrentFile(char const* path);
 
     // Replies with the first index and the count held (4 bytes each). Give each reply a
-    // fresh buffer: a longer one is not cut.
+    // fresh buffer: what an old one holds beyond the reply would stay.
     void GetLogRange(ByteBuf & reply);
     // Decodes a request (first and count, 4 bytes each, then 2 bytes of client; missing
     // bytes count as 0) and cuts it to what is held. Returns the count.

@@ -20,7 +20,7 @@ namespace ZEB {
 // moves on. Until the log is full, the record in the current slot is not counted.
 // docs/reliability.md says what a restart and a crash leave.
 //
-// No lock: only one thread at a time may use a log, and only one log a file. Every slot
+// No lock: only one thread at a time may use a log, and only one log per file. Every slot
 // write that succeeds ends with sync(), which flushes all the machine's file systems.
 // The constructor and Clear throw std::logic_error when the file can be neither opened
 // nor made. After such a Clear the log has no file: reads give default records, and each
@@ -60,7 +60,8 @@ class [[gnu::visibility("default")]] BasicLightSourceLog {
     void close();
 
     // Replies with the first index and the count held (4 bytes each); a full log starts
-    // after the current slot. Give each reply a fresh buffer: a longer one is not cut.
+    // after the current slot. Give each reply a fresh buffer: what
+    // an old one holds beyond the reply would stay.
     void GetLogRange(ByteBuf & reply);
     // Decodes a request (first and count, 4 bytes each, then 2 bytes of client; missing
     // bytes count as 0), without cutting it to what is held. Returns the count, or 0 for

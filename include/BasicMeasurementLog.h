@@ -23,14 +23,15 @@ struct HeldRange;
 // without one copies the backup directory /mnt/sysdata/veklogs over the live files if it
 // has a pointer, and else searches the files.
 //
-// Thread-safe where not marked otherwise: one mutex, held for the whole of each
-// operation, including a move to a new file and the flush of the pointer. Nothing
-// throws but std::bad_alloc; the log can be used after it. A record whose write
-// failed is counted all the same, without a report: ask GetLostRecords().
+// Thread-safe where not marked otherwise: one mutex, held for each operation as a whole,
+// including a move to a new file and the flush of the pointer. Nothing throws but
+// std::bad_alloc and what a record's methods throw; the log can be used after it. A
+// record whose write failed is counted all the same, without a report: ask
+// GetLostRecords().
 class [[gnu::visibility("default")]] BasicMeasurementLog {
   public:
-    // Finds the file being written and what the log holds. Opens two files if the
-    // pointer is good. Writing is off at first.
+    // Finds the file being written and what the log holds. Opens at most two files
+    // if the pointer is good. Writing is off at first.
     BasicMeasurementLog();
     ~BasicMeasurementLog();
     BasicMeasurementLog(BasicMeasurementLog const&) = delete;
@@ -62,7 +63,7 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     bool SaveToFile(char const* path, long from, long to);
 
     // Replies with the first index and the count held (4 bytes each). Give each reply a
-    // fresh buffer: a longer one is not cut.
+    // fresh buffer: what an old one holds beyond the reply would stay.
     void GetLogRange(ByteBuf & reply);
     // The same for the records between two times (4 bytes each, in either order; missing
     // bytes count as 0), without the one at the later time.

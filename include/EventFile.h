@@ -18,14 +18,15 @@ struct SlotFileOps;
 // bytes, each one EventMsg.
 //
 // Opening accepts a sound file, restores a missing one from the backup or makes it,
-// and replaces one whose length or header is wrong with an empty file (see
+// and replaces one that is too short or has a wrong header with an empty file (see
 // docs/reliability.md). It reads the header and slot 0 only. The newest record is
 // looked for when it is first asked for, with about 17 single reads.
 //
 // Reads may run in parallel with each other and with one write, except readRecord(0),
 // which copies mFirstRecord. Only one thread at a time may write. Writes are not
-// flushed. Nothing throws but std::bad_alloc. After a failed opening the object is
-// closed: reads give default records, writes fail.
+// flushed. Nothing throws but std::bad_alloc and what a record's methods throw. After a
+// failed opening the object is closed: reads give default records, but for slot 0, which
+// is in memory, and writes fail.
 class [[gnu::visibility("default")]] EventFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB EL";
@@ -65,11 +66,11 @@ class [[gnu::visibility("default")]] EventFile {
     EventFile& operator=(EventFile const&) = delete;
 
     // Opens the file, or makes it; an open descriptor is closed first. False leaves the
-    // object closed; so does a first call on an open object whose file has vanished, and
-    // the next call makes the file.
+    // object closed. If an open object's file has vanished, the first call fails and the
+    // next one makes it. Without isUsable(), or with too long a path, nothing is changed.
     bool openFd();
     // Replaces the file at path with a new empty one and opens that. False leaves the
-    // object closed.
+    // object closed, but without isUsable() unchanged.
     bool cleanFile(char const* path);
     void closeFd();
 

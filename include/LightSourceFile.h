@@ -15,14 +15,14 @@ struct SlotFileOps;
 // of 36 bytes, each one LightSourceRecord. The newest record is the one with the
 // greatest key.
 //
-// Opening accepts a sound file; it makes a missing one, and rebuilds one whose length
-// or header is wrong in place, empty (see docs/reliability.md). It reads the header and
+// Opening accepts a sound file; it makes a missing one, and rebuilds one that is too
+// short or has a wrong header in place, empty (see docs/reliability.md). It reads the header and
 // slot 0 only. Every write that succeeds and every rebuilding ends with sync(), which
 // flushes all the machine's file systems.
 //
-// No lock: only one thread at a time may use an object. Only the constructor throws
-// anything but std::bad_alloc. On a closed object reads give default records and
-// writes fail.
+// No lock: only one thread at a time may use an object. Nothing throws but
+// the constructor, std::bad_alloc and a record's methods. On a closed object reads give
+// default records, but for slot 0, which is in memory, and writes fail.
 class [[gnu::visibility("default")]] LightSourceFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB LS";

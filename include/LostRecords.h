@@ -4,8 +4,8 @@
 
 namespace ZEB {
 
-// The records that a log was given since its construction and did not store, including
-// those of calls that ended with an exception.
+// The records that a log was given since its construction, while writing was on, and did
+// not store, including those of calls that ended with an exception.
 struct LostRecords {
     std::uint64_t count;
     // The errno of the last one, 0 while there is none: that of the write, or EIO for a

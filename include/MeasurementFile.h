@@ -15,14 +15,15 @@ struct SlotFileOps;
 // One file of the measurement log: an 18-byte header and getRecordCount() slots
 // of 110 bytes, each one MeasurementRecord. Its path has at most 99 characters.
 //
-// Opening accepts a sound file, makes a missing one and replaces one whose length
-// or header is wrong with an empty file (see docs/reliability.md). It reads the header
+// Opening accepts a sound file, makes a missing one and replaces one that is too short
+// or has a wrong header with an empty file (see docs/reliability.md). It reads the header
 // and slot 0 only. The newest record is looked for when it is first asked for, with
 // about 17 single reads.
 //
 // No lock: only one thread at a time may use an object. Writes are not flushed.
-// Nothing throws but std::bad_alloc. After a failed opening the object is closed:
-// reads give default records, writes fail.
+// Nothing throws but std::bad_alloc and what a record's methods throw. After a failed
+// opening the object is closed: reads give default records, but for slot 0, which is in
+// memory, and writes fail.
 class [[gnu::visibility("default")]] MeasurementFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB ML";
@@ -48,8 +49,8 @@ class [[gnu::visibility("default")]] MeasurementFile {
     MeasurementFile& operator=(MeasurementFile const&) = delete;
 
     // Opens the file, or makes it; an open descriptor is closed first. False leaves the
-    // object closed; so does a first call on an open object whose file has vanished, and
-    // the next call makes the file.
+    // object closed. If an open object's file has vanished, the first call fails and the
+    // next one makes it.
     bool openFd();
     // Replaces the file at path with a new empty one and opens that. False leaves the
     // object closed.

@@ -91,7 +91,7 @@ class Curves {
                       std::int64_t leastWidth = 1) const;
 
     std::uint64_t notFinite() const { return mNotFinite; }  // values left out
-    // Else there were too many curves, and of those with few values some are missing.
+    // False after too many curves: of those with few values some are missing.
     bool isComplete() const { return mComplete; }
     // Whether values that are added now are left out if mayBeKept is false for their curve.
     bool isChoosing() const { return !mComplete && !mIsSample; }
@@ -104,7 +104,7 @@ class Curves {
     static constexpr std::size_t Places = std::size_t{1} << PlaceBits;
     static constexpr std::size_t Shortcuts = 1024;
     // More curves than any instrument has: random bytes make them. Then those with the
-    // most values are kept, and one that is not begins when two samples running find it.
+    // most values are kept, and another one begins when two samples in a row find it.
     static constexpr std::size_t MostCurves = 1 << 12;
     static constexpr std::size_t KeptCurves = 128;
     static constexpr std::uint32_t SampleDistance = 509;  // prime: channels may take turns

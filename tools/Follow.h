@@ -8,7 +8,7 @@
 
 namespace ZEB::tool {
 
-// Looks again and again after the last record seen. A slot there that was unused
+// Polls the slot after the last record seen. A slot there that was unused
 // before holds a new record whatever its time; in a ring's second round the old
 // record there is told from a new one by its key alone.
 template <class Kind>

@@ -73,7 +73,7 @@ class LogFile {
 
     Record readRecord(int slot) { return Ops::read(*this, slot); }
 
-    // Has the disk go on to this file while another one is looked at.
+    // Starts reading this file ahead while another one is in use.
     void announce() const {
         constexpr off_t Beginning = 1 << 20;  // the system reads ahead from there
         posix_fadvise(mFd, 0, Beginning, POSIX_FADV_WILLNEED);
@@ -95,7 +95,7 @@ class LogFile {
         static void keepOffset(LogFile&, std::int64_t) {}
     };
 
-    // The search jumps about in the file; most files are never asked.
+    // The search seeks about in the file, and most files are never asked.
     void scanUnlessKnown() {
         if (mRecentRecordIndex == -1) Ops::scan(*this, mSlots);
     }

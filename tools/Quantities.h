@@ -75,7 +75,7 @@ CurveName nameOf<LampKind>(std::uint64_t curve);
 template <>
 CurveName nameOf<MeasurementKind>(std::uint64_t curve);
 
-// Of more curves than these nobody makes out anything.
+// Nobody can read more curves than these.
 constexpr std::size_t MostPanels = 24;
 constexpr std::size_t MostSeverities = 8;
 constexpr std::uint64_t OtherSeverities = 1 << 16;

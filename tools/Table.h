@@ -20,8 +20,8 @@ struct Heading {
     int width;  // of an aligned column; negative: aligned at the left
 };
 
-// Rows on standard output, each written at once, so that any number of them takes
-// no memory.
+// Rows on standard output, each written at once, so that any number of them takes no
+// memory; only where widths are fitted all wait for the last one.
 class Table {
   public:
     enum class Widths { Given, Fitted };  // fitted: aligned rows wait for the last one

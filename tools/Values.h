@@ -42,7 +42,7 @@ class ValueColumns {
     bool appendCells(MeasurementRecord const& record, std::vector<Cell>& cells) const;
 
   private:
-    using Key = std::pair<ValueKind, int>;  // a record's how many-th value of a kind
+    using Key = std::pair<ValueKind, int>;  // a kind, and which of a record's values of it
 
     std::map<Key, std::size_t> mColumns;
 };

@@ -16,8 +16,8 @@ namespace ZEB {
 
 using Ops = SlotFileOps<LightSourceFile>;
 
-// What else differs: the key (RecordKey.h), the one fixed path, DropCaches() on every
-// close, and a constructor that throws and prints nothing.
+// What else differs: the key (RecordKey.h), the one fixed path, DropCaches() also when
+// it was closed already, and a constructor that throws and prints nothing.
 struct LightSourceFile::Traits : UnlockedTraits<LightSourceFile> {
     using Record = LightSourceRecord;
     static constexpr bool RebuildsInPlace = true;

@@ -17,7 +17,7 @@ enum class PointerWrite {
 // Writes the pointer and flushes it at once, since opening it has emptied it. Failures are
 // reported. A pointer written for a move keeps the time of the move as its time of
 // modification; one written at a start gets 1970. So a file that was written to after the
-// move to it is never older than its pointer.
+// move to it is not older than its pointer, unless the clock was set back.
 void writePointer(char const* path, int fileIndex, PointerWrite reason);
 
 // Whether file was modified after the pointer was written for a move to it; true when

@@ -113,7 +113,8 @@ Place placeByBoth(FileFacts const& named, FileFacts const& next, Ring ring, Look
     if (named.index < 0 || named.index >= files) return walkRound(named, files, look);
 
     if (state == NamedFile::NotBegun) {
-        // The next file is not older than the named one: a file newer than that is the newest.
+        // The next file is no older than the named one, so the one before is the newest if it
+        // is newer than the next.
         FileFacts const before = look((named.index + files - 1) % files);
         if (before.firstTime > next.firstTime) return {before, Seam::Older};
     }
@@ -123,8 +124,8 @@ Place placeByBoth(FileFacts const& named, FileFacts const& next, Ring ring, Look
     // Only a ring that has wrapped can show a clock that was set back.
     if (byFiles.seam == Seam::NoNext && afterFound != named.index) return byFiles;
     if (state == NamedFile::NotBegun && isTornFrom(afterFound, named.index)) return byFiles;
-    // Behind the place of the files, the pointer is out of date; ahead of it, the walk stopped
-    // where the clock was set back. In a ring the shorter way tells which; far from the
+    // A pointer behind the files' place is out of date; one ahead of it means that the walk
+    // stopped where the clock was set back. In a ring the shorter way decides; far from the
     // pointer, a leap in its file does.
     int const back = (named.index - byFiles.file.index + files) % files;
     bool const clockWasSetBack =
