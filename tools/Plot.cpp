@@ -10,6 +10,7 @@
 #include "Quantities.h"
 #include "Select.h"
 #include "Survey.h"
+#include "files/Handles.h"
 
 namespace ZEB::tool {
 
@@ -122,18 +123,18 @@ Picture pictureOf(Log<Kind> const& log, Options const& options, Status& status) 
     return picture;
 }
 
-using Stream = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+using Pipe = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 // The picture is passed on from here, where an output that can't be written is noticed.
 void draw(Picture const& picture, std::string const& format) {
     int const memory = memfd_create("script", 0);  // inherited by gnuplot
-    Stream const script(fdopen(memory, "w"), std::fclose);
+    Stream const script(fdopen(memory, "w"));
     if (!script) throw CantRead("no memory for the picture");
     writeScript(script.get(), picture, format);
     std::fflush(script.get());
     // Its settings files and locale are left out: a picture is to look the same everywhere.
     std::string const command = "LC_ALL=C.UTF-8 gnuplot -d /dev/fd/" + std::to_string(memory);
-    Stream gnuplot(popen(command.c_str(), "r"), pclose);
+    Pipe gnuplot(popen(command.c_str(), "r"), pclose);
     if (!gnuplot) throw CantRead("gnuplot can't be started");
     char piece[4096];
     while (std::size_t const size = std::fread(piece, 1, sizeof piece, gnuplot.get())) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <ctime>
 
+#include "Times.h"
+
 namespace ZEB::tool {
 
 namespace {
@@ -14,15 +16,8 @@ constexpr std::int64_t Steps[] = {1,     2,   5,       10,      15,      30,    
                                   43200, Day, 2 * Day, 4 * Day, 7 * Day, 14 * Day};
 constexpr int MonthSteps[] = {1, 2, 3, 6, 12, 24, 60, 120, 240, 600};
 
-std::tm brokenDown(std::int64_t seconds) {
-    std::time_t const time{seconds};
-    std::tm broken{};
-    gmtime_r(&time, &broken);
-    return broken;
-}
-
 std::string text(std::int64_t seconds, char const* format) {
-    std::tm const broken = brokenDown(seconds);
+    std::tm const broken = utcTime(seconds);
     char result[64];
     return {result, std::strftime(result, sizeof result, format, &broken)};
 }
@@ -34,7 +29,7 @@ std::int64_t roundedUp(std::int64_t number, std::int64_t step) {
 
 std::vector<Tick> monthTicks(std::int64_t from, std::int64_t to, int months) {
     std::vector<Tick> ticks;
-    std::tm const begin = brokenDown(from);
+    std::tm const begin = utcTime(from);
     int const first =
         static_cast<int>(roundedUp(12 * (begin.tm_year + 1900) + begin.tm_mon, months));
     for (int month = first;; month += months) {

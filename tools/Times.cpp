@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <utility>
 
 namespace ZEB::tool {
@@ -13,13 +12,6 @@ namespace ZEB::tool {
 namespace {
 
 constexpr std::int64_t DaySeconds = 86400;
-
-std::tm brokenDown(std::int64_t seconds) {
-    std::time_t const time{seconds};
-    std::tm broken{};
-    gmtime_r(&time, &broken);
-    return broken;
-}
 
 std::optional<std::int64_t> wholeNumber(std::string const& text, std::size_t from, std::size_t to) {
     std::int64_t number = 0;
@@ -63,6 +55,13 @@ std::optional<std::int64_t> parseIso(std::string const& text) {
 
 }  // namespace
 
+std::tm utcTime(std::int64_t seconds) {
+    std::time_t const time{seconds};
+    std::tm broken{};
+    gmtime_r(&time, &broken);
+    return broken;
+}
+
 std::optional<std::int64_t> parseTime(std::string const& text) {
     std::int64_t const now = std::time(nullptr);
     std::int64_t const today = now - now % DaySeconds;
@@ -76,7 +75,7 @@ std::optional<std::int64_t> parseTime(std::string const& text) {
 
 std::string timeText(TimeStamp const& time, Zone zone) {
     int const offset = zone == Zone::Record ? time.utcOffset() : 0;
-    std::tm const broken = brokenDown(time.seconds() + std::int64_t{60} * offset);
+    std::tm const broken = utcTime(time.seconds() + std::int64_t{60} * offset);
     char date[32];
     std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &broken);
     char text[64];

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <limits>
 #include <optional>
 #include <string>
@@ -16,6 +17,9 @@ struct Period {
 
     bool contains(std::int64_t seconds) const { return since <= seconds && seconds <= until; }
 };
+
+// Of seconds since 1970, the date and the time of day.
+std::tm utcTime(std::int64_t seconds);
 
 // How parseTime's texts are explained to whoever types them.
 constexpr char const* TimeExamples =
