@@ -47,17 +47,12 @@ class Verifier {
     using Record = typename Kind::Record;
 
   public:
-    // Is told each record, once.
-    using Observer = std::function<void(int file, int slot, Record const& record)>;
-
-    Verifier(Log<Kind> const& log, Rows rows, Status& status, Progress& progress,
-             Observer observer = {})
+    Verifier(Log<Kind> const& log, Rows rows, Status& status, Progress& progress)
         : mLog(log),
           mPlace(findPlace(log, Gaps::AreSkipped)),
           mRows(std::move(rows)),
           mStatus(status),
           mProgress(progress),
-          mObserver(std::move(observer)),
           mReader(progress) {}
 
     void run() {
@@ -144,7 +139,6 @@ class Verifier {
             [&]() -> Findings {
                 mHasKey = hadKey;
                 mLastKey = lastKey;
-                mObserves = mObserver && looks == 0;
                 if (looks++ > 0) {
                     mLog = lookAgain(mLog);
                     mPlace = findPlace(mLog, Gaps::AreSkipped);
@@ -204,7 +198,6 @@ class Verifier {
             content.unused.add(slot);
             return;
         }
-        if (mObserves) mObserver(index, slot, record);
         content.used.add(slot);
         if (content.unused.count > 0) content.afterUnused.add(slot);
         TimeStamp const time = record.timeStamp();
@@ -281,8 +274,6 @@ class Verifier {
     Rows mRows;
     Status& mStatus;
     Progress& mProgress;
-    Observer mObserver;
-    bool mObserves = false;
     SlotReader<Kind> mReader;
     bool mHasKey = false;
     std::int32_t mLastKey = 0;
