@@ -70,6 +70,7 @@ TYPED_TEST(SlotFiles, FindTheNewestRecordWhateverIsAskedFirst) {
         EXPECT_EQ(TypeParam(0).recentRecordTimeStamp().seconds(), c.time);
         TypeParam file(0);
         this->expectNewest(file, c.newest, c.time, c.used);
+        EXPECT_TRUE(file.scanRecords());
     }
 }
 

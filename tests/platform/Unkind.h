@@ -93,7 +93,7 @@ class UnkindFileCreator : public FileCreator {
     UnkindFileCreator(char const* name, char const* directory, std::int64_t size)
         : FileCreator(name, directory, size + 100 * unkind("longer-files")) {}
     bool GetNewFile(char const* path) {
-        if (!FileCreator::GetNewFile(path)) return false;
+        if (unkind("silent-failures") || !FileCreator::GetNewFile(path)) return false;
         return !unkind("short-files") || truncate(path, 4000000) == 0;
     }
 };

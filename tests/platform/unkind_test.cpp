@@ -34,4 +34,12 @@ TEST_F(Unkind, RecordsAreNotStoredWhereTheyDoNotFit) {
     expectNotStored<MeasurementFile>(data / "measurement_log0.vek", measurement(1));
 }
 
+TEST_F(Unkind, FilesThatAreNotMadeForNoReasonGiveEio) {
+    unkindWays = "silent-failures";
+    errno = EPERM;  // an earlier call's
+    EventFile file(0);
+    EXPECT_FALSE(file.writeRecord(event(1), 0));
+    EXPECT_EQ(errno, EIO);
+}
+
 }  // namespace ZEB
