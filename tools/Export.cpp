@@ -25,7 +25,7 @@ std::uint32_t searched(std::int64_t bound) {
 
 // As the instrument goes about it, which looks for the ends of the period by
 // bisection and takes lost files for empty ones.
-void exportAsInstrument(Log<MeasurementKind> const& log, Period period, Status& status) {
+void exportAsInstrument(Log<MeasurementKind> const& log, Period const& period, Status& status) {
     auto const held = findPlace(log, Gaps::EndTheLog).held;
     std::shared_ptr<File> file = std::make_shared<File>(-1);
     auto const fileAt = [&](int index) -> File& {
@@ -43,7 +43,6 @@ void exportAsInstrument(Log<MeasurementKind> const& log, Period period, Status& 
     };
 
     writeExportHeader(stdout);
-    if (period.since > period.until) std::swap(period.since, period.until);
     auto [index, left] =
         recordsBetween(searched(period.since), searched(period.until), held, log.ring, timeOf);
     Progress progress(left * File::RecordSize, isatty(STDOUT_FILENO) != 0);
@@ -100,13 +99,15 @@ void exportDamaged(Log<MeasurementKind> const& log, Filter const& filter, Status
 void exportText(Options const& options, Status& status) {
     Options measurements = options;
     measurements.log = MeasurementKind::Name;
+    Period& period = measurements.filter.period;
+    if (period.since > period.until) std::swap(period.since, period.until);
     for (AnyLog const& any : chosenLogs(measurements, status)) {
         auto const& log = std::get<Log<MeasurementKind>>(any);
         complainOfLosses(log, options.damaged ? Advice::None : Advice::ShowDamaged, status);
         if (options.damaged) {
-            exportDamaged(log, options.filter, status);
+            exportDamaged(log, measurements.filter, status);
         } else {
-            exportAsInstrument(log, options.filter.period, status);
+            exportAsInstrument(log, period, status);
         }
     }
 }

@@ -42,10 +42,14 @@ bool Numbers::isNamed(std::uint32_t number) const {
     });
 }
 
-void Filter::requireFitFor(std::string const& log) const {
+void Filter::requirePeriod() const {
     if (period.since > period.until) {
         throw WrongUsage("--since is later than --until: no record falls in between");
     }
+}
+
+void Filter::requireFitFor(std::string const& log) const {
+    requirePeriod();
     struct {
         char const* option;
         bool given;

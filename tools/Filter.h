@@ -58,8 +58,9 @@ struct Filter {
                channel.contain(record.channel()) && client.contain(record.client());
     }
 
-    // Throws WrongUsage when it can mean none of the records: its period ends before it
-    // begins, or it names a field that they do not have.
+    // Throws WrongUsage when the period ends before it begins.
+    void requirePeriod() const;
+    // The same, and when it names a field that the log's records do not have.
     void requireFitFor(std::string const& log) const;
 };
 

@@ -228,6 +228,9 @@ std::vector<Instrument> findInstruments(Options const& options, Status& status) 
                 auto const isMeant = [&](auto const& log) { return log.isCalled(options.log); };
                 if (std::visit(isMeant, any)) instrument.logs.push_back(std::move(any));
             }
+            if (instrument.logs.empty() && !options.log.empty()) {
+                status.complain(Usage, path + " holds no log " + options.log);
+            }
         } catch (CantRead const& failure) {
             status.complain(Unreadable, failure.what());
         }
@@ -259,6 +262,7 @@ void writeInstrument(Json& json, Instrument& instrument, Options const& options,
 }  // namespace
 
 void report(Options const& options, Status& status) {
+    options.filter.requirePeriod();
     auto instruments = findInstruments(options, status);
     std::int64_t bytes = 0;
     std::size_t logs = 0;

@@ -291,7 +291,7 @@ class Damage(Case):
         self.assertEqual(found, [(t, 1, "yes") for t in [36]] + [(t, 2, "no") for t in range(38, 42)] +
                          [(t, 3, "yes") for t in range(42, 46)] + [(t, 4, "no") for t in range(46, 50)] +
                          [(t, 0, "no") for t in range(50, 54)] + [(t, 1, "yes") for t in (54, 55)])
-        lines = run("export", "--damaged", "--since", "@43", "--until", "@54", path, code=1).splitlines()
+        lines = run("export", "--damaged", "--since", "@54", "--until", "@43", path, code=1).splitlines()
         self.assertEqual([(line[17:19], line.split("\t")[-1]) for line in lines[1:]],
                          [(str(t), "yes" if t in (43, 44, 45, 54) else "no") for t in range(43, 55)])
         self.assertEqual(len(rows("show", "--damaged", path / (LOG % 1), code=1)), 3)
@@ -397,7 +397,8 @@ class Documents(Case):
                 ("show --reverse=x x", 2, "--reverse takes no"), ("show --code 3-1 x", 2, '--code: "3-1" is not a list'),
                 ("plot --image gif x", 2, '"gif" is not svg or png'), (f"show --log lamps {path}", 2, "holds measurements"),
                 (f"show --code 1 {path}", 2, "--code chooses among events"), ("info /dev/null", 3, "not a file of any log"),
-                ("show --since @9 --until @8 " + str(path), 2, "--since is later"), ("verify missing", 3, "missing: No such file")):
+                ("show --since @9 --until @8 " + str(path), 2, "--since is later"), ("report --since @9 --until @8 x", 2, "--since is later"),
+                (f"report --log lamps {path}", 2, "holds no log lamps"), ("verify missing", 3, "missing: No such file")):
             error = messages(*args.split(), code=code)[1]
             self.assertIn(told, error)
             self.assertRegex(error, r"^veklogs: .*\n$")
