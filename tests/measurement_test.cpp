@@ -187,6 +187,7 @@ TEST_F(Measurements, AppendClearAndCloseUnderTheirSwitch) {
     EXPECT_EQ(contents(pointer), "0");
     EXPECT_FALSE(fs::exists(path(1)));
     EXPECT_EQ(timeAt(log, 2 * R + 1), 0);
+    EXPECT_FALSE(log.CopyLog(path(1).c_str(), path(3).c_str()));
 }
 
 TEST_F(Measurements, NeverServeAStaleFirstRecord) {

@@ -86,6 +86,8 @@ TEST_F(StandIn, RefusesDirectoriesThatWouldNotDoAsFormats) {
     std::string const messages = messagesOf([] { EXPECT_FALSE(EventFile(0).addRecord(event(1))); });
     EXPECT_NE(messages.find("'%' in its path"), std::string::npos);
     EXPECT_NE(messages.find("Failed to stat /dev/null/data\n"), std::string::npos);
+    unsetenv("VEK_ROOT");
+    EXPECT_EQ(askedOf(VEKDataFile), "./vek/data");
 }
 
 }  // namespace ZEB
