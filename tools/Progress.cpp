@@ -24,6 +24,7 @@ void Progress::erase() {
 }
 
 void Progress::add(std::int64_t bytes) {
+    std::lock_guard const lock(mMutex);
     mDone += bytes;
     if (!mShown) return;
     Clock::time_point const now = Clock::now();

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 
 namespace ZEB::tool {
 
@@ -16,12 +17,13 @@ class Progress {
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
 
-    void add(std::int64_t bytes);
+    void add(std::int64_t bytes);  // from any thread
     void erase();
 
   private:
     using Clock = std::chrono::steady_clock;
 
+    std::mutex mMutex;
     std::int64_t mTotal;
     std::int64_t mDone = 0;
     bool mShown;

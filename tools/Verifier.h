@@ -47,16 +47,16 @@ class Verifier {
     using Record = typename Kind::Record;
 
   public:
-    Verifier(Log<Kind> const& log, Rows rows, Status& status, Progress& progress)
+    Verifier(Log<Kind> const& log, Survey survey, Rows rows, Progress& progress)
         : mLog(log),
           mPlace(findPlace(log, Gaps::AreSkipped)),
+          mSurvey(std::move(survey)),
           mRows(std::move(rows)),
-          mStatus(status),
           mProgress(progress),
           mReader(progress) {}
 
-    void run() {
-        mSurvey = complainOfLosses(mLog, Advice::CopyIt, mStatus);
+    // Returns what the worst finding means.
+    ExitCode run() {
         if (mPlace.wrapped) startBehindTheLastFile();
         Log<Kind> const atStart = mLog;  // files made from now on are left out
         int end = expectedFiles(atStart, mPlace.wrapped);
@@ -74,6 +74,7 @@ class Verifier {
             }
         }
         checkPointer();
+        return mWorst;
     }
 
   private:
@@ -111,7 +112,7 @@ class Verifier {
         std::vector<Cell> cells{mLog.fileName(index), {}, {}, {}, {}, finding.cause + finding.more};
         if (finding.slot >= 0) cells[1] = std::int64_t{finding.slot};
         row(cells);
-        mStatus.note(finding.code);
+        mWorst = std::max(mWorst, finding.code);
     }
 
     // The two may share a terminal.
@@ -264,7 +265,7 @@ class Verifier {
             auto const finding = steady([&] { return pointerFinding(lookAgain(mLog)); }, Writing);
             if (!finding) return;
             row({pointerPath("").substr(1), {}, {}, {}, {}, finding->cause});
-            mStatus.note(finding->code);
+            mWorst = std::max(mWorst, finding->code);
         }
     }
 
@@ -272,7 +273,7 @@ class Verifier {
     Place<Kind> mPlace;
     Survey mSurvey;
     Rows mRows;
-    Status& mStatus;
+    ExitCode mWorst = Sound;
     Progress& mProgress;
     SlotReader<Kind> mReader;
     bool mHasKey = false;

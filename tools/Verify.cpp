@@ -15,8 +15,12 @@ void verify(Options const& options, Status& status) {
             }
             Progress progress(total);
             for (AnyLog const& any : logs) {
-                std::visit([&](auto const& log) { Verifier(log, print, status, progress).run(); },
-                           any);
+                std::visit(
+                    [&](auto const& log) {
+                        Survey const survey = complainOfLosses(log, Advice::CopyIt, status);
+                        status.note(Verifier(log, survey, print, progress).run());
+                    },
+                    any);
             }
         } catch (CantRead const& failure) {
             status.complain(Unreadable, failure.what());
