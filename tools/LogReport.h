@@ -73,6 +73,7 @@ class ReportOf final : public LogReport {
           mStretches(share.stretches),
           mExtract(share.events),
           mSurvey(complainOfLosses(log, Advice::CopyIt, status)) {
+        complainOfNextFile(log, mSurvey, status);
         auto const place = findPlace(log, Gaps::AreSkipped);
         if (!place.current) return;
         mNewest = position(place.current->mFileIndex, place.newestSlot());
@@ -109,10 +110,8 @@ class ReportOf final : public LogReport {
 
     void write(Json& json, Status& status) override {
         status.note(mWorst);
-        Survey const survey = surveyOf(mLog);
-        complainOfNextFile(mLog, survey, status);
         json.begin('{').member("kind", std::string(Kind::Name)).key("info");
-        writeRow(json, infoHeadings(), infoRow(mLog, survey, Zone::Utc));
+        writeRow(json, infoHeadings(), infoRow(mLog, mSurvey, Zone::Utc));
         json.member("sound", mSound).member("findingCount", std::uint64_t{mFindings.size()});
         json.key("findings").begin('[');
         mFindings.resize(std::min(mFindings.size(), MostFindings));
