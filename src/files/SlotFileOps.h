@@ -154,16 +154,15 @@ struct SlotFileOps {
     static std::vector<Record> readRun(File& file, int firstSlot, int count) {
         if (count < 0) throw std::bad_alloc();
         auto const number = static_cast<std::size_t>(count);
-        std::vector<Record> records(number);
+        std::vector<Record> records;
+        records.reserve(number);
         std::size_t const size = number * File::RecordSize;
         std::unique_ptr<char[]> const bytes(new char[size]);
-        if (readSlots(file, firstSlot, bytes.get(), size)) {
-            SlotStream& in = SlotStream::ofThread();
-            char* slot = bytes.get();
-            for (Record& record : records) {
-                record.deserialize(in.over(slot, File::RecordSize));
-                slot += File::RecordSize;
-            }
+        bool const whole = readSlots(file, firstSlot, bytes.get(), size);
+        SlotStream& in = SlotStream::ofThread();
+        for (char* slot = bytes.get(); slot != bytes.get() + size; slot += File::RecordSize) {
+            Record& record = records.emplace_back();
+            if (whole) record.deserialize(in.over(slot, File::RecordSize));
         }
         return records;
     }

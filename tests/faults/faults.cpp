@@ -363,14 +363,28 @@ void print(std::string const& kind) {
 
 }  // namespace
 
+namespace {
+void mayThrow() {
+    if (!rig::watching || rig::onAllocation == nullptr) return;
+    rig::Quiet const quiet;
+    rig::onAllocation();
+}
+}  // namespace
+
 [[gnu::noinline]] void* operator new(std::size_t size) {
-    if (rig::watching && rig::onAllocation != nullptr) {
-        rig::Quiet const quiet;
-        rig::onAllocation();
-    }
+    mayThrow();
     if (void* const block = std::malloc(size)) return block;
     throw std::bad_alloc();
 }
+#if !defined __SANITIZE_ADDRESS__ && !defined __SANITIZE_THREAD__
+extern "C" void* __libc_realloc(void* block, std::size_t size);
+extern "C" void* realloc(void* block, std::size_t size) noexcept try {
+    mayThrow();
+    return __libc_realloc(block, size);
+} catch (std::bad_alloc const&) {
+    return nullptr;
+}
+#endif
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
