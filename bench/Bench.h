@@ -52,8 +52,6 @@ void printTableHead();
 void onlyRowsWith(std::string part);  // of the name; the others are left out
 // Measures and prints a row of the table, and one more for the p99.
 void printRow(Row const& row);
-// Rows printed so far whose ratio exceeds its bound.
-int rowsMissed();
 
 std::string inUnits(double nanoseconds);
 
