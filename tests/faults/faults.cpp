@@ -361,14 +361,12 @@ void print(std::string const& kind) {
     std::printf("\n");
 }
 
-}  // namespace
-
-namespace {
 void mayThrow() {
-    if (!rig::watching || rig::onAllocation == nullptr) return;
-    rig::Quiet const quiet;
-    rig::onAllocation();
+    if (!watching || onAllocation == nullptr) return;
+    Quiet const quiet;
+    onAllocation();
 }
+
 }  // namespace
 
 [[gnu::noinline]] void* operator new(std::size_t size) {
@@ -376,11 +374,11 @@ void mayThrow() {
     if (void* const block = std::malloc(size)) return block;
     throw std::bad_alloc();
 }
-#if !defined __SANITIZE_ADDRESS__ && !defined __SANITIZE_THREAD__
-extern "C" void* __libc_realloc(void* block, std::size_t size);
+#if !defined __SANITIZE_ADDRESS__ && !defined __SANITIZE_THREAD__  // which bring their own
+extern "C" void* reallocate(void* block, std::size_t size) asm("__libc_realloc");
 extern "C" void* realloc(void* block, std::size_t size) noexcept try {
     mayThrow();
-    return __libc_realloc(block, size);
+    return reallocate(block, size);
 } catch (std::bad_alloc const&) {
     return nullptr;
 }
