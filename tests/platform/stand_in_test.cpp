@@ -32,7 +32,10 @@ TEST_F(StandIn, HasTheBytesThatReadersElsewhereExpect) {
     Reply reply;
     ByteStream out(&reply);
     out << event.text() << ' ' << 12;
-    EXPECT_EQ(contents(reply), "shut 12");
+    ByteStream(&reply) << 'S';  // replaces a byte and shortens nothing
+    EXPECT_EQ(contents(reply), "Shut 12");
+    reply = {};  // frees bytes, which the next buffer may get
+    EXPECT_EQ(contents(ByteBuf(7)), std::string(7, '\0'));
 }
 
 TEST_F(StandIn, LeavesAStreamAloneThatHasFailed) {
