@@ -169,7 +169,7 @@ int main(int argc, char** argv) {
         "Looks into the logs of an instrument without touching them.\n"
         "Exit codes: 0 sound, 1 damage found, 2 wrong usage, 3 can't read.");
     app.name("veklogs");
-    app.set_version_flag("--version", "veklogs " VEKLOGS_VERSION, "Tells the version");
+    app.set_version_flag("--version", "veklogs " VEKLOGS_VERSION, "Prints the version");
     app.require_subcommand(1);
     Options options;
     Command command = nullptr;
