@@ -43,9 +43,10 @@ class [[gnu::visibility("default")]] BasicEventLog {
     // Takes any index, modulo the capacity; a slot never written gives a record that is
     // not valid. Opens, and may make, the file unless it is the current one.
     void GetRecord(EventMsg * record, unsigned long recordIndex);
-    // Removes the log's files named with version 1.2.7 and starts again at file 0, which
-    // may be restored from the backup. Paths over 99 characters are cut, and what is at
-    // the cut path is removed.
+    // Removes the log's files named with version 1.2.7 and starts again at file 0, with no
+    // events. But if the backup has a file 0, all of its files come back; the log does not
+    // count their events, but the next start does. Paths over 99 characters are cut, and what is
+    // at the cut path is removed.
     void clear();
     // If path is the current file's: flushes it and returns the offset where its last
     // read or write ended. Else 0.

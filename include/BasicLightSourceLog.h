@@ -49,12 +49,13 @@ class [[gnu::visibility("default")]] BasicLightSourceLog {
     // Writes the file's path, cut to size bytes including its final zero, and returns
     // the length of the whole path.
     int GetStorageDir(char* buffer, unsigned long size);
-    // Renames the file to its path, a dash and the time (UTC, in seconds), and starts a
+    // Renames the file to its path, a dash and the UTC time (YYYYMMDD-HHMMSS), and starts a
     // new one. An archive of the same second is replaced; a name over 4095 bytes is cut.
     // If the renaming fails, the same file is written again from slot 0.
     void Clear();
     // Removes everything in the directory LampStats of the data directory. Symbolic
-    // links in it are removed, not followed. Paths over 4095 bytes are skipped.
+    // links in it are removed, not followed. Paths over 4095 bytes are skipped; a directory
+    // stays if the file system does not report its type and it is not empty.
     void clearSDCardLog();
     // Closes the file. Only Clear opens it again.
     void close();

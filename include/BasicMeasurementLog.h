@@ -55,8 +55,8 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     long GetFirst();  // the oldest record's index
     long GetCount();  // records held
 
-    // Writes the records between two times (seconds, in either order; only the low 32
-    // bits count), up to and including the one at or after the later time, as lines of
+    // Writes the records between two times (seconds, in either order; then only the low
+    // 32 bits count), up to and including the one at or after the later time, as lines of
     // tab-separated text below a header. An empty log gives the header alone. False
     // when path can't be opened; later write errors are not noticed. Holds the lock
     // while it reads and writes.
@@ -89,16 +89,18 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     // the first one after it. If all are before it: the last index, or the first if their
     // times are all equal.
     int dateToIndex(unsigned int date);
-    // Opens the file that the pointer, or else the backup, names.
+    // Opens the file that the pointer names as the current one; without a pointer calls
+    // RestoreFromBackup and opens the file that its pointer names. False when there is neither.
+    // What the log holds is not counted again.
     bool OpenCurrentFile();
-    // Writes the pointer and, unless pointerOnly, opens that file as the current
-    // one. A pointer that can't be written is reported, and the log goes on.
+    // Writes the pointer and opens that file as the current one. With pointerOnly opens none
+    // and dates the pointer 1970, since the file may have been begun long ago. A pointer that
+    // can't be written is reported, and the log goes on.
     void NewCurrentFile(int fileIndex, bool pointerOnly);
     // Copies the backup's files over the live ones and gives its pointer. False when the
     // backup has no pointer or can't be listed.
     bool RestoreFromBackup(int* fileIndex);
-    // Copies the file from over the file to, which is made if missing. False when one
-    // can't be opened; without from, to is left empty. Short writes are not noticed.
+    // As EventFile::CopyLog.
     bool CopyLog(char const* from, char const* to);
 
   private:

@@ -22,11 +22,11 @@ struct SlotFileOps;
 // docs/reliability.md). It reads the header and slot 0 only. The newest record is
 // looked for when it is first asked for, with about 17 single reads.
 //
-// Reads may run in parallel with each other and with one write, except readRecord(0),
-// which copies mFirstRecord. Only one thread at a time may write. Writes are not
-// flushed. Nothing throws but std::bad_alloc and what a record's methods throw. After a
-// failed opening the object is closed: reads give default records, but for slot 0, which
-// is in memory, and writes fail.
+// readRecords, IsCurrentFile, and readRecord of a slot other than 0 may run in parallel
+// with each other and with one write; all else only while no other thread uses the object.
+// Writes are not flushed. Nothing throws but std::bad_alloc and what a record's methods
+// throw. After a failed opening the object is closed: reads give default records, but for
+// slot 0, which is in memory, and writes fail.
 class [[gnu::visibility("default")]] EventFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB EL";
@@ -46,8 +46,8 @@ class [[gnu::visibility("default")]] EventFile {
     // files are made there too, with the size that Init settled. Only while no other thread
     // uses the class.
     static int SetUpReading(char const* path, int major, int minor, int fix);
-    // False after such a call until one succeeds. With its settings sound files would be
-    // replaced with empty ones, so no file is opened, made or written.
+    // False after such a call until one succeeds. With settings from two files, sound ones
+    // would be replaced with empty ones, so no file is opened, made or written.
     static bool isUsable() { return sUsable; }
 
     // Whether anything is at the path of that file; false before Init.
@@ -66,8 +66,9 @@ class [[gnu::visibility("default")]] EventFile {
     EventFile& operator=(EventFile const&) = delete;
 
     // Opens the file, or makes it; an open descriptor is closed first. False leaves the
-    // object closed. If an open object's file has vanished, the first call fails and the
-    // next one makes it. Without isUsable(), or with too long a path, nothing is changed.
+    // object closed. If an open object's file has vanished and the backup has none, the
+    // first call fails and the next one makes it. Without isUsable(), or with too long a
+    // path, nothing is changed.
     bool openFd();
     // Replaces the file at path with a new empty one and opens that. False leaves the
     // object closed, but without isUsable() unchanged.
@@ -76,7 +77,8 @@ class [[gnu::visibility("default")]] EventFile {
 
     // Finds the newest record and counts the slots in use; always true.
     bool scanRecords();
-    int validRecordCount();   // slots in use
+    // The slots in use; after a write to a file not known to be full, those up to its slot.
+    int validRecordCount();
     int recentRecordIndex();  // the newest record's slot, -1 for an empty file
     TimeStamp recentRecordTimeStamp();
 

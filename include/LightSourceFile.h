@@ -20,17 +20,18 @@ struct SlotFileOps;
 // slot 0 only. Every write that succeeds and every rebuilding ends with sync(), which
 // flushes all the machine's file systems.
 //
-// No lock: only one thread at a time may use an object. Nothing throws but
-// the constructor, std::bad_alloc and a record's methods. On a closed object reads give
-// default records, but for slot 0, which is in memory, and writes fail.
+// No lock: only one thread at a time may use an object. Nothing throws but std::bad_alloc
+// and what a record's methods throw, and the constructor std::logic_error. On a closed
+// object reads give default records, but for slot 0, which is in memory, and writes fail.
 class [[gnu::visibility("default")]] LightSourceFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB LS";
     static constexpr std::uint16_t VersionData = 1;
     static constexpr std::uint16_t RecordSize = 36;  // bytes of a slot
 
-    // Settles the class's settings, once; every constructor does it. It must have
-    // returned before another thread uses the class.
+    // Settles the class's settings, once, and copies a missing file from the backup settings
+    // if it is there; every constructor does it. It must have returned before another thread
+    // uses the class.
     static void Init();
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
     static std::uint16_t getRecordCount() { return sRecordCount; }      // slots
@@ -55,7 +56,8 @@ class [[gnu::visibility("default")]] LightSourceFile {
 
     // Finds the newest record and counts the slots in use; always true.
     bool scanRecords();
-    int validRecordCount();   // slots in use
+    // The slots in use; after a write to a file not known to be full, those up to its slot.
+    int validRecordCount();
     int recentRecordIndex();  // the newest record's slot, -1 for an empty file
     TimeStamp recentRecordTimeStamp();
 

@@ -60,7 +60,8 @@ class [[gnu::visibility("default")]] MeasurementFile {
 
     // Finds the newest record and counts the slots in use; always true.
     bool scanRecords();
-    int validRecordCount();   // slots in use
+    // The slots in use; after a write to a file not known to be full, those up to its slot.
+    int validRecordCount();
     int recentRecordIndex();  // the newest record's slot, -1 for an empty file
     TimeStamp recentRecordTimeStamp();
 

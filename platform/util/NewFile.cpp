@@ -47,7 +47,7 @@ bool NewFile::claimHiddenName(Claim claim) {
 NewFile::NewFile(std::string const& path, std::string const& hidden)
     : mPath(path), mHiddenStart(directoryOf(path) + hidden + '.') {
     mFd = openWithoutName(directoryOf(path));
-    // EISDIR: the file system does not know O_TMPFILE and sees a directory being opened.
+    // EISDIR: a kernel that does not know O_TMPFILE takes this for opening a directory.
     if (mFd != -1 || (errno != EOPNOTSUPP && errno != EISDIR)) return;
     claimHiddenName([this](char const* name) {
         mFd = open(name, O_RDWR | O_CREAT | O_EXCL, 0600);

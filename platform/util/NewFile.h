@@ -6,8 +6,7 @@ namespace ZEB {
 
 // A file that gets its name when it is whole. Until then it has none, so that a
 // killed process leaves nothing. Where the file system can't do that, or there is no
-// /proc, it has a hidden name in the same directory. A hidden file that a killed process
-// left stays there: it may belong to a live process in another container.
+// /proc, it has a hidden name in the same directory.
 class [[gnu::visibility("hidden")]] NewFile {
   public:
     // path: the file's name in the end; hidden: how a hidden name begins. Mode 0600.

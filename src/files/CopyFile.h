@@ -2,9 +2,7 @@
 
 namespace ZEB {
 
-// Copies a file over another one, which is made if it is missing. False, with a
-// perror of the path, when one of the two can't be opened; without a source the
-// destination is left empty. Short writes are not noticed.
+// What CopyLog of a public class promises. A file that can't be opened is reported.
 bool copyFile(char const* from, char const* to);
 
 }  // namespace ZEB

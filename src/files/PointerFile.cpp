@@ -15,8 +15,8 @@ namespace {
 bool write(std::FILE* out, int fileIndex, PointerWrite reason) {
     if (std::fprintf(out, "%d", fileIndex) <= 0 || std::fflush(out) != 0) return false;
     timespec const longAgo[2] = {};
-    if (reason == PointerWrite::AtStart) futimens(fileno(out), longAgo);
-    return fsync(fileno(out)) == 0;
+    bool const dated = reason == PointerWrite::ForMove || futimens(fileno(out), longAgo) == 0;
+    return fsync(fileno(out)) == 0 && dated;
 }
 
 bool isEarlier(timespec const& one, timespec const& other) {

@@ -20,8 +20,8 @@ enum class PointerWrite {
 // move to it is not older than its pointer, unless the clock was set back.
 void writePointer(char const* path, int fileIndex, PointerWrite reason);
 
-// Whether file was modified after the pointer was written for a move to it; true when
-// the times can't be read.
+// Whether file was modified at or after the time of the pointer; true when the times can't be
+// read.
 bool modifiedSincePointer(char const* file, char const* pointer);
 
 }  // namespace ZEB

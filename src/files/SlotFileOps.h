@@ -30,14 +30,14 @@ struct UnlockedTraits {
     static void keepOffset(File&, std::int64_t) {}
 };
 
-// What the three file classes have in common and what depends on their record.
+// What the three file classes share and what has to know their record class.
 // A class gives its differences in File::Traits:
 //   Record               the record class
 //   lock(file)           a guard to hold around each use of the descriptor
-//   findOrRestore(file)  whether there is a file to open
+//   findOrRestore(file)  whether to open a file; if not, one is made
 //   NoLengthIsTooShort   a file whose end can't be sought is made again; else opening fails
 //   RebuildsInPlace      a file is made by rewriting it; else its FileCreator makes a new one
-//   UnlinkFailed         reported when such a new one can't take the old one's place
+//   UnlinkFailed         reported when an open object's old file can't be removed for it
 //   keepOffset(file, at) a read or write ended at this offset
 //   written()            a slot or a new file was written whole
 template <class File>
@@ -83,7 +83,7 @@ struct SlotFileOps {
         return closeAndFail(file, errno);
     }
 
-    // Puts a new empty file at path, whatever is there, and keeps it open.
+    // Puts a new empty file at path and keeps it open.
     static bool make(File& file, char const* path) {
         if (!removeOld(file, path)) return false;
         int error = 0;

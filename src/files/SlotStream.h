@@ -9,8 +9,8 @@
 
 namespace ZEB {
 
-// A stream over the bytes of a slot. Each record gets it as new, whatever the record before
-// did to it. It knows when a record did not fit.
+// A stream over the bytes of a slot. Each record finds its format, exception mask and errors
+// as those of a new stream. It knows when a record did not fit.
 class SlotStream {
   public:
     // Making one costs more than the rest of an append, so each thread keeps one.
@@ -18,7 +18,7 @@ class SlotStream {
 
     // The stream, at the start of these bytes and without errors.
     std::iostream& over(char* bytes, std::size_t size) {
-        mBuffer.standOver(bytes, size);
+        mBuffer.setBytes(bytes, size);
         mFormat.restore(mStream);
         if (!mStream.good()) mStream.clear();
         return mStream;
@@ -33,7 +33,7 @@ class SlotStream {
   private:
     class Buffer : public std::streambuf {
       public:
-        void standOver(char* bytes, std::size_t size) {
+        void setBytes(char* bytes, std::size_t size) {
             setg(bytes, bytes, bytes + size);
             setp(bytes, bytes + size);
             mOverrun = false;

@@ -25,7 +25,7 @@ namespace ZEB {
 namespace {
 
 constexpr std::size_t PathSize = 4096;
-constexpr std::uint32_t TakeMax = 1170;  // as EventFile::TakeMax
+constexpr std::uint32_t TakeMax = 1170;  // most records of one range reply
 
 Ring ring() { return {BasicLightSourceLog::getFileCount(), LightSourceFile::getRecordCount()}; }
 
@@ -33,9 +33,9 @@ int slotOf(unsigned int index) { return ringPosition(index, ring()).slot; }
 
 // path, a buffer of PathSize bytes, holds the directory's path, length characters long.
 // The paths of its entries are built in it too.
-int emptyDirectory(char* path, std::size_t length) {
-    Listing listing(opendir(path));
-    if (!listing) return -1;
+void emptyDirectory(char* path, std::size_t length) {
+    Listing const listing(opendir(path));
+    if (!listing) return;
     while (dirent* const entry = readdir(listing.get())) {
         if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
         int const added = std::snprintf(path + length, PathSize - length, "/%s", entry->d_name);
@@ -46,14 +46,13 @@ int emptyDirectory(char* path, std::size_t length) {
             std::remove(path);
         }
     }
-    return closedir(listing.release());
 }
 
-int RemoveDIRFiles(char const* path) {
+void RemoveDIRFiles(char const* path) {
     StackMem entryPath(PathSize);
-    int const length = std::snprintf(entryPath.Str(), entryPath.Size(), "%s", path);
-    if (static_cast<std::size_t>(length) >= entryPath.Size()) return -1;
-    return emptyDirectory(entryPath.Str(), static_cast<std::size_t>(length));
+    auto const length =
+        static_cast<std::size_t>(std::snprintf(entryPath.Str(), entryPath.Size(), "%s", path));
+    if (length < entryPath.Size()) emptyDirectory(entryPath.Str(), length);
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ namespace ZEB {
 
 namespace {
 
-constexpr std::uint32_t TakeMax = 417;  // as EventFile::TakeMax
+constexpr std::uint32_t TakeMax = 417;  // most records of one range reply
 
 using Lock = std::lock_guard<Mutex>;
 

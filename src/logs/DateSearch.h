@@ -7,9 +7,8 @@
 
 namespace ZEB {
 
-// The index within held of a record at the date, or else of the first one after it. Where
-// all are before it: the last index, or the first if their times are all equal.
-// timeOf(index) gives a record's time, in seconds and unsigned like the date.
+// The index that BasicMeasurementLog::dateToIndex promises, within held. timeOf(index) gives a
+// record's time, in seconds and unsigned like the date.
 template <class TimeOf>
 int indexOfDate(HeldRange held, std::uint32_t date, TimeOf const& timeOf) {
     int low = held.first;

@@ -24,7 +24,8 @@ struct RingPosition {
     int slot;
 };
 
-// A ring without slots (a foreign header can say so) has no place for any record.
+// A ring without slots (a foreign header that was refused can leave one) has no place for any
+// record.
 inline RingPosition ringPosition(std::uint64_t index, Ring ring) {
     if (ring.capacity() == 0) return {0, -1};
     auto const position = static_cast<int>(index % static_cast<std::uint64_t>(ring.capacity()));

@@ -66,7 +66,7 @@ Place walkRound(FileFacts const& start, int fileCount, Look& look) {
 // The file that the pointer names.
 enum class NamedFile {
     NotOpened,  // it exists, but did not open
-    NotBegun,   // nothing was written to it after the pointer was written
+    NotBegun,   // no record was written to it after the pointer was written
     Begun
 };
 
@@ -124,9 +124,9 @@ Place placeByBoth(FileFacts const& named, FileFacts const& next, Ring ring, Look
     // Only a ring that has wrapped can show a clock that was set back.
     if (byFiles.seam == Seam::NoNext && afterFound != named.index) return byFiles;
     if (state == NamedFile::NotBegun && isTornFrom(afterFound, named.index)) return byFiles;
-    // A pointer behind the files' place is out of date; one ahead of it means that the walk
-    // stopped where the clock was set back. In a ring the shorter way decides; far from the
-    // pointer, a leap in its file does.
+    // By the shorter way round the ring, a pointer ahead of the files' place means that the walk
+    // stopped where the clock was set back. One behind it is out of date, unless a leap in its
+    // file shows that the clock was set back after all.
     int const back = (named.index - byFiles.file.index + files) % files;
     bool const clockWasSetBack =
         2 * back < files || leaps(named.firstTime, next.firstTime, ring.slotsPerFile,
@@ -149,9 +149,9 @@ Place placeByPointer(FileFacts const& named, Ring ring, Look& look,
     return placeByBoth(named, next, ring, look, namedFile);
 }
 
-// What the log holds at place, when newestSlot is that file's newest (-1: none). In a
-// wrapped ring whose newest record lies in the last file, the older records after it
-// are not counted: nothing tells them from a ring that never wrapped.
+// What the log holds at place, when newestSlot is that file's newest (-1: none). If that is the
+// ring's last file, the older records after the newest are not counted, even though their slots
+// are in use: instruments in the field count so too.
 inline HeldRange heldAt(Place const& place, int newestSlot, Ring ring) {
     int const upToNewest =
         clampedToInt(std::int64_t{ring.slotsPerFile} * place.file.index + newestSlot + 1);
