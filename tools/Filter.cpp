@@ -76,7 +76,7 @@ void addFilter(CLI::App& command, Filter& filter) {
     };
     addNumbers("--severity", "Events of these severities only, such as 3,5 or 2-", filter.severity);
     addNumbers("--code", "Events of these codes only", filter.code);
-    addParsed(command, "--text", "TEXT", "Events with this text in theirs only", "a text",
+    addParsed(command, "--text", "TEXT", "Only events whose text contains this", "a text",
               [&filter](std::string const& text) {
                   filter.text = text;
                   return true;

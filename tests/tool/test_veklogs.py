@@ -368,8 +368,9 @@ class Documents(Case):
         for directory in ("data", "settings"):
             (self.tmp / "vek" / directory).mkdir(parents=True)
         for name, output in (
-                ("libVEKLogFiles", b"7\t0\ttemperature=21.5\n"),
-                ("libVEKLogFiles", b"1 events, the newest: power on\n7\t0\ttemperature=21.5\n"),
+                ("libVEKLogFiles", b"a reply of 70 bytes\n7\t0\ttemperature=21.5\n"),
+                ("libVEKLogFiles", b"1 events, the newest, of 1700000000: power on\n"
+                                   b"a reply of 132 bytes\n7\t0\ttemperature=21.5\n"),
                 ("README", b"1 events, the newest: door opened\na reply of 70 bytes\n")):
             example = Path(VEKLOGS).parents[1] / f"tests/tool/{name}_example"
             self.assertEqual(subprocess.check_output(example, cwd=self.tmp, env={}), output)
