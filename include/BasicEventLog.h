@@ -48,15 +48,15 @@ class [[gnu::visibility("default")]] BasicEventLog {
     // count their events, but the next start does. Paths over 99 characters are cut, and what is
     // at the cut path is removed.
     void clear();
-    // If path is the current file's: flushes it and returns the offset where its last
-    // read or write ended. Else 0.
+    // EventFile::IsCurrentFile of the current file.
     std::int64_t IsCurrentFile(char const* path);
 
     // Replies with the first index and the count held (4 bytes each). Give each reply a
     // fresh buffer: what an old one holds beyond the reply would stay.
     void GetLogRange(ByteBuf & reply);
     // Decodes a request (first and count, 4 bytes each, then 2 bytes of client; missing
-    // bytes count as 0) and cuts it to what is held. Returns the count.
+    // bytes count as 0). A first index before the oldest event becomes the oldest one's, with
+    // the same count; nothing follows the newest. Returns the count.
     unsigned int SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                          unsigned short* client);
     // Replies with at most 716 records of one file, from *first on, and advances *first

@@ -50,7 +50,7 @@ class [[gnu::visibility("default")]] BasicLightSourceLog {
     // the length of the whole path.
     int GetStorageDir(char* buffer, unsigned long size);
     // Renames the file to its path, a dash and the UTC time (YYYYMMDD-HHMMSS), and starts a
-    // new one. An archive of the same second is replaced; a name over 4095 bytes is cut.
+    // new one. An archive of the same second is replaced.
     // If the renaming fails, the same file is written again from slot 0.
     void Clear();
     // Removes everything in the directory LampStats of the data directory. Symbolic

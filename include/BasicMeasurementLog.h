@@ -55,21 +55,22 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     long GetFirst();  // the oldest record's index
     long GetCount();  // records held
 
-    // Writes the records between two times (seconds, in either order; then only the low
-    // 32 bits count), up to and including the one at or after the later time, as lines of
-    // tab-separated text below a header. An empty log gives the header alone. False
-    // when path can't be opened; later write errors are not noticed. Holds the lock
-    // while it reads and writes.
+    // Writes the records from dateToIndex of the earlier time up to and including
+    // dateToIndex of the later one as lines of tab-separated text below a header. The times,
+    // in seconds, may come in either order; then only their low 32 bits count. An empty log
+    // gives the header alone. False when path can't be opened; later write errors are not
+    // noticed. Holds the lock while it reads and writes.
     bool SaveToFile(char const* path, long from, long to);
 
     // Replies with the first index and the count held (4 bytes each). Give each reply a
     // fresh buffer: what an old one holds beyond the reply would stay.
     void GetLogRange(ByteBuf & reply);
-    // The same for the records between two times (4 bytes each, in either order; missing
-    // bytes count as 0), without the one at the later time.
+    // The same for the records from dateToIndex of the earlier time up to, but not including,
+    // dateToIndex of the later one (4 bytes each, in either order; missing bytes count as 0).
     void GetLogRangeDates(Var const& request, ByteBuf& reply);
     // Decodes a request (first and count, 4 bytes each, then 2 bytes of client; missing
-    // bytes count as 0) and cuts it to what is held. Returns the count.
+    // bytes count as 0). A first index before the oldest record becomes the oldest one's, with
+    // the same count; nothing follows the newest. Returns the count.
     unsigned int SetupGetLogRecordsRange(Var const& request, unsigned int* first,
                                          unsigned short* client);
     // Replies with at most 417 records of one file, from *first on, and advances *first
@@ -87,7 +88,8 @@ class [[gnu::visibility("default")]] BasicMeasurementLog {
     MeasurementRecord getRecord(int recordIndex);
     // The index within what is held of a record at a time (seconds, unsigned), or else of
     // the first one after it. If all are before it: the last index, or the first if their
-    // times are all equal.
+    // times are all equal. Of records with the same time it may be any. Reads up to 75
+    // records, many of them from files that it opens.
     int dateToIndex(unsigned int date);
     // Opens the file that the pointer names as the current one; without a pointer calls
     // RestoreFromBackup and opens the file that its pointer names. False when there is neither.

@@ -40,17 +40,17 @@ class [[gnu::visibility("default")]] EventFile {
     // Points the class at the event files in the directory of path, with the record count
     // of path's header and the given version numbers in their names. A path without a '/'
     // means the current directory. Returns 1, or 0 with a message on standard error. A path
-    // over 999 characters, a directory over 973 or with a '%', or a file that can't be
-    // opened changes nothing. A file whose header can't be read or does not match may change
-    // the record count, file size and large-storage flag and makes isUsable() false. Missing
-    // files are made there too, with the size that Init settled. Only while no other thread
-    // uses the class.
+    // over 999 characters, a directory over 937 or with a '%', or a file that can't be
+    // opened changes nothing, but Init has run. A file whose header can't be read or does
+    // not match may change the record count, file size and large-storage flag and makes
+    // isUsable() false. Missing files are made there too, with the size that Init settled.
+    // Only while no other thread uses the class.
     static int SetUpReading(char const* path, int major, int minor, int fix);
     // False after such a call until one succeeds. With settings from two files, sound ones
-    // would be replaced with empty ones, so no file is opened, made or written.
+    // would be replaced with empty ones, so objects open, make and write none.
     static bool isUsable() { return sUsable; }
 
-    // Whether anything is at the path of that file; false before Init.
+    // Whether stat finds anything at the path of that file; false before Init.
     static bool FileExist(int fileIndex);
     static bool BackupFileExist(int fileIndex);  // in the backup data directory
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
@@ -67,11 +67,11 @@ class [[gnu::visibility("default")]] EventFile {
 
     // Opens the file, or makes it; an open descriptor is closed first. False leaves the
     // object closed. If an open object's file has vanished and the backup has none, the
-    // first call fails and the next one makes it. Without isUsable(), or with too long a
-    // path, nothing is changed.
+    // first call fails and the next one makes it. While isUsable() is false, nothing is
+    // changed.
     bool openFd();
     // Replaces the file at path with a new empty one and opens that. False leaves the
-    // object closed, but without isUsable() unchanged.
+    // object closed, or, while isUsable() is false, unchanged.
     bool cleanFile(char const* path);
     void closeFd();
 
@@ -96,8 +96,8 @@ class [[gnu::visibility("default")]] EventFile {
     bool addRecord(EventMsg const& record);
     bool writeRecord(EventMsg const& record, int slot);
 
-    // If path is this object's: flushes the file and returns the offset where the last
-    // read or write ended. Else 0.
+    // If path is this object's and it is open: flushes the file and returns the offset where
+    // the last read or write ended. Else 0. A flush that fails is not noticed.
     std::int64_t IsCurrentFile(char const* path);
 
     void serialize(EventMsg const& record, std::ostream& out) const;

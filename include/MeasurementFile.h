@@ -34,7 +34,7 @@ class [[gnu::visibility("default")]] MeasurementFile {
     // returned before another thread uses the class.
     static void Init();
 
-    // Whether anything is at the path of that file; false before Init.
+    // Whether stat finds anything at the path of that file; false before Init.
     static bool FileExist(int fileIndex);
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
     static char const* getFileLocation();                               // runs Init

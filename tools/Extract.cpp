@@ -7,7 +7,6 @@ namespace ZEB::tool {
 namespace {
 
 constexpr std::size_t MostCodes = 20;
-constexpr std::size_t MostLamps = 100;
 
 // The fields that all kinds share open a row that is still to be closed.
 template <class Record>

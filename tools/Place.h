@@ -63,8 +63,8 @@ struct NamedLogFile {
 };
 
 // Whether files with newer records show that a pointer's file is not the one being
-// written, though the log itself would go on with it: the last one, after which it does
-// not look, or one that has not been begun.
+// written, though the log itself would go on with it: the last one, which it always goes
+// on with, or one that has not been begun.
 template <class Kind>
 bool isRefuted(Log<Kind> const& log, LogFile<Kind>& named) {
     bool const isLast = named.mFileIndex == log.ring.files - 1;

@@ -6,7 +6,8 @@ namespace ZEB {
 
 // A file that gets its name when it is whole. Until then it has none, so that a
 // killed process leaves nothing. Where the file system can't do that, or there is no
-// /proc, it has a hidden name in the same directory.
+// /proc, it has a hidden name in the same directory; so it has for a moment where it
+// replaces a file.
 class [[gnu::visibility("hidden")]] NewFile {
   public:
     // path: the file's name in the end; hidden: how a hidden name begins. Mode 0600.

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <mutex>
 
 #include "files/CopyFile.h"
@@ -60,7 +61,8 @@ constexpr std::size_t PathSize = 1000;
 constexpr std::uint16_t FullRecordCount = 65000;
 
 // Gives the directory of path and the format of the event files in it. False for a path
-// that does not fit, or a directory with a '%', which can't be part of a format.
+// that does not fit, or would not with other numbers in the name, or a directory with a '%',
+// which can't be part of a format.
 bool formatBeside(char const* path, char (&location)[PathSize], char (&format)[PathSize]) {
     if (!formatPath(location, "%s", path)) return false;
     if (char* const slash = std::strrchr(location, '/')) {
@@ -68,7 +70,10 @@ bool formatBeside(char const* path, char (&location)[PathSize], char (&format)[P
     } else {
         std::strcpy(location, ".");
     }
-    return formatPath(format, "%s/%s", location, EventNameFormat) &&
+    constexpr int Longest = std::numeric_limits<int>::min();
+    char longest[PathSize];
+    return formatPath(longest, EventPathFormat, location, Longest, Longest, Longest, Longest) &&
+           formatPath(format, "%s/%s", location, EventNameFormat) &&
            std::strchr(location, '%') == nullptr;
 }
 

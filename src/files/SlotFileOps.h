@@ -35,9 +35,9 @@ struct UnlockedTraits {
 //   Record               the record class
 //   lock(file)           a guard to hold around each use of the descriptor
 //   findOrRestore(file)  whether to open a file; if not, one is made
-//   NoLengthIsTooShort   a file whose end can't be sought is made again; else opening fails
+//   NoLengthIsTooShort   where seeking a file's end fails, it is made again; else opening fails
 //   RebuildsInPlace      a file is made by rewriting it; else its FileCreator makes a new one
-//   UnlinkFailed         reported when an open object's old file can't be removed for it
+//   UnlinkFailed         reported when an open object's old file can't be removed first
 //   keepOffset(file, at) a read or write ended at this offset
 //   written()            a slot or a new file was written whole
 template <class File>

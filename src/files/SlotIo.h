@@ -27,7 +27,7 @@ enum class HeaderCheck { Accepted, Rejected, NoLength };
 bool sameFamily(FileHeader const& found, FileHeader const& expected);
 
 // Checks length and header, and reads slot 0 into slot0 (recordSize bytes). Rejected
-// when one of the three fails, NoLength when the file's end can't be sought.
+// when one of the three fails, NoLength when seeking its end fails.
 HeaderCheck checkFile(int fd, FileHeader const& expected, std::int64_t fileSize, char* slot0);
 
 // Writes size bytes with one call. False sets errno, to EIO for a short write.
@@ -47,7 +47,7 @@ constexpr std::int64_t slotOffset(int slot, std::uint16_t recordSize) {
 // read, reports it on standard error and leaves blockSize alone.
 void readBlockSize(char const* directory, std::uint64_t& blockSize);
 
-// Whether anything at all is at path.
+// Whether stat finds anything at path: not for a link to nothing.
 bool exists(char const* path);
 
 // False when the path was cut to fit.

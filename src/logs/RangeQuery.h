@@ -19,7 +19,8 @@ struct RangeRequest {
 
 RangeRequest readRangeRequest(Var const& request);
 
-// Cuts a request to the indices that a log holds; beyond them it gets no records.
+// A first index before those held becomes the first one held, with the same count; nothing
+// follows the last one held.
 RangeRequest clampedTo(HeldRange held, RangeRequest request);
 
 // Stores first and client for the caller and returns the count. A negative count

@@ -151,7 +151,8 @@ Place placeByPointer(FileFacts const& named, Ring ring, Look& look,
 
 // What the log holds at place, when newestSlot is that file's newest (-1: none). If that is the
 // ring's last file, the older records after the newest are not counted, even though their slots
-// are in use: instruments in the field count so too.
+// are in use; and a foreign file after the last one doubles the index. Instruments in the field
+// count so too.
 inline HeldRange heldAt(Place const& place, int newestSlot, Ring ring) {
     int const upToNewest =
         clampedToInt(std::int64_t{ring.slotsPerFile} * place.file.index + newestSlot + 1);
