@@ -75,7 +75,8 @@ class [[gnu::visibility("default")]] EventFile {
     bool cleanFile(char const* path);
     void closeFd();
 
-    // Finds the newest record and counts the slots in use; always true.
+    // Finds the newest record and counts the slots in use, unless a write came before; always
+    // true.
     bool scanRecords();
     // The slots in use; after a write to a file not known to be full, those up to its slot.
     int validRecordCount();
@@ -137,7 +138,7 @@ class [[gnu::visibility("default")]] EventFile {
   private:
     int mFd = -1;
     char mFilePath[4096];
-    int mValidRecordCount = 0;    // 1 from opening until the scan
+    int mValidRecordCount = 0;    // 0 or 1 until a scan or a write
     int mRecentRecordIndex = -1;  // -1 also while unknown
 
   public:

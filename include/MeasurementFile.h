@@ -58,7 +58,8 @@ class [[gnu::visibility("default")]] MeasurementFile {
     void closeFd();
     bool isOpen() const { return mFd != -1; }
 
-    // Finds the newest record and counts the slots in use; always true.
+    // Finds the newest record and counts the slots in use, unless a write came before; always
+    // true.
     bool scanRecords();
     // The slots in use; after a write to a file not known to be full, those up to its slot.
     int validRecordCount();
@@ -97,7 +98,7 @@ class [[gnu::visibility("default")]] MeasurementFile {
 
   private:
     int mFd = -1;
-    int mValidRecordCount = 0;    // 1 from opening until the scan
+    int mValidRecordCount = 0;    // 0 or 1 until a scan or a write
     int mRecentRecordIndex = -1;  // -1 also while unknown
 
   public:

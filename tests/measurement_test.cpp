@@ -97,6 +97,7 @@ TEST_F(Measurements, StartWhereThePointerOrElseTheFilesSay) {
     auto const begin = fs::file_time_type::clock::now() - std::chrono::hours(2);
     for (Case const& c : std::vector<Case>{
              {"file behind", "399", {last, full0, {400, 95, 5, 0}}, {0, 399 * R + 5}, "399"},
+             {"older", "399", {last, {400, 3, 5, 0}}, {399 * R + 5, 399 * R + 5}, "399"},
              {"beyond, no file 0", "400", {{400, -5, 2, 0}, {401, 9, 5, 0}}, {0, T + 2}, "400"},
              {"far beyond", "2147483647", {}, {0, INT32_MAX}, "2147483647"},
              {"behind", "0", {full0, {1, 200, 5, 0}}, {0, R + 5}, "1"},

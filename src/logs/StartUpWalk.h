@@ -100,9 +100,10 @@ bool leaps(std::int32_t first, std::int32_t next, int slots, TimeAt const& timeA
     return 2 * (after - before) > std::int64_t{next} - first;
 }
 
-// The file after the named one is not older, so pointer and files disagree. Either the move
-// to the named file was cut, or the pointer is out of date or torn, or record times are wrong
-// because the clock was set back. namedFile has the file's state() and timeAt(slot).
+// The file after the named one is not older, so pointer and files disagree. Either the named
+// file did not open, or the move to it was cut, or the pointer is out of date or torn, or record
+// times are wrong because the clock was set back. namedFile has the file's state() and
+// timeAt(slot).
 template <class Look, class NamedFileFacts>
 Place placeByBoth(FileFacts const& named, FileFacts const& next, Ring ring, Look& look,
                   NamedFileFacts const& namedFile) {
