@@ -75,8 +75,8 @@ class [[gnu::visibility("default")]] EventFile {
     bool cleanFile(char const* path);
     void closeFd();
 
-    // Finds the newest record and counts the slots in use, unless a write came before; always
-    // true.
+    // Finds the newest record and counts the slots in use, unless a write to a slot other than
+    // 0 came before; always true.
     bool scanRecords();
     // The slots in use; after a write to a file not known to be full, those up to its slot.
     int validRecordCount();

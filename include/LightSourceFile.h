@@ -54,8 +54,8 @@ class [[gnu::visibility("default")]] LightSourceFile {
     // Whether the last slot holds a record with a time above 0. Reads the file.
     bool fileFull();
 
-    // Finds the newest record and counts the slots in use, unless a write came before; always
-    // true.
+    // Finds the newest record and counts the slots in use, unless a write to a slot other than
+    // 0 came before; always true.
     bool scanRecords();
     // The slots in use; after a write to a file not known to be full, those up to its slot.
     int validRecordCount();

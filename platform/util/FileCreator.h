@@ -16,8 +16,8 @@ class FileCreator {
     // Puts a new file at path, replacing what is there, or returns false and leaves
     // that alone. The file gets its name when it is whole. A process killed in here
     // can leave a hidden file (name, a dot, a number) in the directory of path, if path
-    // was taken or the file system makes no files without a name; remove it while no
-    // process uses the directory. The new file is not flushed.
+    // was taken, there is no /proc or the file system makes no files without a name; remove
+    // it while no process uses the directory. The new file is not flushed.
     bool GetNewFile(char const* path);
 
   private:
