@@ -33,7 +33,7 @@ class [[gnu::visibility("default")]] BasicLightSourceLog {
     BasicLightSourceLog& operator=(BasicLightSourceLog const&) = delete;
 
     static int getFileCount();    // 1
-    static int getRecordCount();  // the capacity
+    static int getRecordCount();  // the capacity; 100 before the first lamp file
 
     // Both write the current slot; false when that fails.
     bool writeRecord(LightSourceRecord const& record);

@@ -26,7 +26,7 @@ struct SlotFileOps;
 // with each other and with one write; all else only while no other thread uses the object.
 // Writes are not flushed. Nothing throws but std::bad_alloc and what a record's methods
 // throw. After a failed opening the object is closed: reads give default records, but for
-// slot 0, which is in memory, and writes fail.
+// readRecord(0), which comes from memory, and writes fail.
 class [[gnu::visibility("default")]] EventFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB EL";
@@ -56,7 +56,7 @@ class [[gnu::visibility("default")]] EventFile {
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
     static char const* getFileLocation() { return sFileLocation; }      // null before Init
     static bool hasLargeStorage() { return sLargeStorage; }
-    static std::uint16_t getRecordCount() { return sRecordCount; }  // slots of a file
+    static std::uint16_t getRecordCount() { return sRecordCount; }  // slots; 1396 before Init
     static std::int64_t getFileSize() { return sFileSize; }         // bytes, -1 before Init
     static std::uint64_t GetBlkSize() { return sBlkSize; }          // bytes
 

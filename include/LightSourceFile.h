@@ -22,7 +22,8 @@ struct SlotFileOps;
 //
 // No lock: only one thread at a time may use an object. Nothing throws but std::bad_alloc
 // and what a record's methods throw, and the constructor std::logic_error. On a closed
-// object reads give default records, but for slot 0, which is in memory, and writes fail.
+// object reads give default records, but for readRecord(0), which comes from memory,
+// and writes fail.
 class [[gnu::visibility("default")]] LightSourceFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB LS";
@@ -34,7 +35,7 @@ class [[gnu::visibility("default")]] LightSourceFile {
     // uses the class.
     static void Init();
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
-    static std::uint16_t getRecordCount() { return sRecordCount; }      // slots
+    static std::uint16_t getRecordCount() { return sRecordCount; }      // 100 before Init
     static std::int64_t getFileSize() { return sFileSize; }             // bytes, -1 before Init
     static std::uint64_t GetBlkSize() { return sBlkSize; }              // bytes, at least a slot
 

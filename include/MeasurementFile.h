@@ -22,8 +22,8 @@ struct SlotFileOps;
 //
 // No lock: only one thread at a time may use an object. Writes are not flushed.
 // Nothing throws but std::bad_alloc and what a record's methods throw. After a failed
-// opening the object is closed: reads give default records, but for slot 0, which is in
-// memory, and writes fail.
+// opening the object is closed: reads give default records, but for readRecord(0),
+// which comes from memory, and writes fail.
 class [[gnu::visibility("default")]] MeasurementFile {
   public:
     static constexpr char Cookie[12] = "VEK KIB ML";
@@ -39,7 +39,7 @@ class [[gnu::visibility("default")]] MeasurementFile {
     static char const* getFileNameFormat() { return sFileNameFormat; }  // null before Init
     static char const* getFileLocation();                               // runs Init
     static bool hasLargeStorage() { return sLargeStorage; }
-    static std::uint16_t getRecordCount() { return sRecordCount; }  // slots of a file
+    static std::uint16_t getRecordCount() { return sRecordCount; }  // slots; 1000 before Init
     static std::int64_t getFileSize() { return sFileSize; }         // bytes, -1 before Init
     static std::uint64_t GetBlkSize() { return sBlkSize; }          // bytes
 

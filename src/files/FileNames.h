@@ -13,7 +13,7 @@ constexpr char const* MeasurementNameFormat = MeasurementPathFormat + 3;
 constexpr char const* PointerPathFormat = "%s/currentMeasurementLog";
 constexpr char const* MeasurementBackupDirectory = "/mnt/sysdata/veklogs";
 
-// The platform prepares new files under these names.
+// How the hidden names begin that the platform may give new files for a while.
 constexpr char const* EventCreatorName = ".NxtEventLogFile";
 constexpr char const* MeasurementCreatorName = ".NxtMeasurementLogFile";
 

@@ -32,7 +32,7 @@ class StreamFormat {
                std::memcmp(&stream._M_getloc(), &mLocale, sizeof mLocale) == 0;  // NOLINT
     }
     [[gnu::cold, gnu::noinline]] void set(std::ios& stream) const {
-        stream.exceptions(std::ios::goodbit);  // nothing below may throw
+        stream.exceptions(std::ios::goodbit);  // nothing throws before it is set again
         stream.flags(mFlags);
         stream.width(mWidth);
         stream.precision(mPrecision);
