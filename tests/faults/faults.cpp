@@ -386,8 +386,13 @@ extern "C" void* realloc(void* block, std::size_t size) noexcept try {
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
+int usage() {
+    std::fputs("usage: faults KIND SEED STEPS WHICH\n", stderr);
+    return 2;
+}
+
 int main(int argc, char** argv) {
-    if (argc != 5) return 2;
+    if (argc != 5) return usage();
     std::string const kind = argv[1];
     std::string const which = argv[4];
     bool const image = kind == "image";
@@ -399,8 +404,8 @@ int main(int argc, char** argv) {
     withLamps = state.random % 2 == 0;
     makesNameless = state.random % 4 == 1 || state.random % 4 == 2;
     if (which[0] == '@') replayed = which.substr(1);
-    if (replayed.empty()) stride = static_cast<unsigned>(std::atoi(argv[4]));
-    if (stride == 0) return 2;
+    if (replayed.empty() && !image) stride = static_cast<unsigned>(std::atoi(argv[4]));
+    if (stride == 0) return usage();
 
     if (kind == "allocations") onAllocation = failAllocation;
     makeLogs(state);
