@@ -100,8 +100,8 @@ std::pair<std::uint32_t, std::uint32_t> fetchDates(std::uint32_t from, std::uint
     std::uint32_t const begin = fields[0];
     std::uint32_t const end = begin + fields[1];
     auto [first, count] = std::pair(begin, fields[1]);
-    std::printf("  from %u until before %u: %u measurements, the first has index %u\n", from, to,
-                count, first);
+    std::printf("  from %u up to but not including %u: %u measurements, the first has index %u\n",
+                from, to, count, first);
     require(begin < end && end < taken.size() && timeOf(taken[begin]) == from &&
                 timeOf(taken[end]) == to,
             "the date range is wrong");

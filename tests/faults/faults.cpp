@@ -367,6 +367,11 @@ void mayThrow() {
     onAllocation();
 }
 
+int usage() {
+    std::fputs("usage: faults KIND SEED STEPS WHICH\n", stderr);
+    return 2;
+}
+
 }  // namespace
 
 [[gnu::noinline]] void* operator new(std::size_t size) {
@@ -385,11 +390,6 @@ extern "C" void* realloc(void* block, std::size_t size) noexcept try {
 #endif
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-
-int usage() {
-    std::fputs("usage: faults KIND SEED STEPS WHICH\n", stderr);
-    return 2;
-}
 
 int main(int argc, char** argv) {
     if (argc != 5) return usage();
